@@ -1,0 +1,10 @@
+#include "engine/TaskFactory.h"
+
+#include "xcp/XcpTaskTransmit.h"
+
+std::shared_ptr<ITask_Transmit> makeTask(const EcuProtoCfg& cfg, const CallBackFuns& callBacks) {
+    if (cfg.protoType != 1) {
+        return nullptr;
+    }
+    return std::make_shared<XCP_MOUDLE::XcpTaskTransmit>(cfg, callBacks);
+}

@@ -1,0 +1,26 @@
+/* Marks of the exported interface. Compiles as C11 and as C++17. */
+#ifndef TALVEX_EXPORT_H
+#define TALVEX_EXPORT_H
+
+/* TALVEX_API marks an export. TALVEX_STATIC is defined by whoever links the sources as a static library. */
+#if defined(TALVEX_STATIC)
+#define TALVEX_API
+#elif defined(_WIN32)
+#if defined(TALVEX_BUILD)
+#define TALVEX_API __declspec(dllexport)
+#else
+#define TALVEX_API __declspec(dllimport)
+#endif
+#else
+#define TALVEX_API __attribute__((visibility("default")))
+#endif
+
+#ifdef __cplusplus
+#define TALVEX_C_BEGIN extern "C" {
+#define TALVEX_C_END }
+#else
+#define TALVEX_C_BEGIN
+#define TALVEX_C_END
+#endif
+
+#endif /* TALVEX_EXPORT_H */

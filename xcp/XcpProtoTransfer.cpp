@@ -1,0 +1,240 @@
+/// @file
+/// `XcpProtoTransmit`: moving bytes from and to the ECU's memory.
+#include "transport/PreciseWait.h"
+#include "xcp/XcpProtoTransmit.h"
+
+#include <algorithm>
+#include <chrono>
+
+namespace XCP_MOUDLE {
+
+namespace {
+
+using SteadyClock = std::chrono::steady_clock;
+
+/// Unit of MIN_ST.
+constexpr std::chrono::microseconds kMinStUnit{100};
+
+std::size_t atLeastOne(std::uint8_t granularity) {
+    return std::max<std::size_t>(granularity, 1);
+}
+
+std::size_t dividedUp(std::size_t count, std::size_t unit) {
+    return (count + unit - 1) / unit;
+}
+
+/// Copies what an UPLOAD response carries behind its alignment bytes, at most @p wanted bytes.
+std::size_t copyUploaded(const msgBuf& response, std::size_t granularity, std::size_t wanted,
+                         std::uint8_t* destination) {
+    const std::size_t length = std::min<std::size_t>(response.length, response.data.size());
+    if (length < granularity) {
+        return 0;
+    }
+    const std::size_t carried = std::min(wanted, length - granularity);
+    std::copy_n(response.data.begin() + static_cast<std::ptrdiff_t>(granularity), carried, destination);
+    return carried;
+}
+
+std::int32_t wholeMs(std::chrono::nanoseconds time) {
+    return static_cast<std::int32_t>(std::chrono::ceil<std::chrono::milliseconds>(time).count());
+}
+
+}  // namespace
+
+/// How the frames of a block-mode sequence differ.
+struct XcpProtoTransmit::BlockForm {
+    std::uint8_t first;  ///< code of the first frame
+    std::uint8_t next;   ///< code of all others
+    bool firstIsPlain;   ///< the first frame has the form of a plain one, with the rest in byte 1
+    std::chrono::microseconds apart;  ///< least time between frames
+};
+
+std::uint8_t XcpProtoTransmit::uploadBlock(std::uint8_t* destination, std::uint8_t count,
+                                           std::uint8_t granularity) {
+    const std::lock_guard lock(m_mutex);
+    return m_cfg.xcp.useSlaveBlockMode != 0 ? uploadSlaveBlock(destination, count, granularity)
+                                            : uploadPlain(destination, count, granularity);
+}
+
+std::uint8_t XcpProtoTransmit::uploadPlain(std::uint8_t* destination, std::uint8_t count,
+                                           std::uint8_t granularity) {
+    const std::size_t unit = atLeastOne(granularity);
+    std::size_t stored = 0;
+    while (stored < count) {
+        const std::size_t left = count - stored;
+        const std::size_t fitting = m_cfg.maxCto > unit ? (m_cfg.maxCto - unit) / unit : 0;
+        const auto elements = static_cast<std::uint8_t>(std::min(fitting, dividedUp(left, unit)));
+        if (elements == 0) {
+            break;
+        }
+        CommandFrame command(kUpload, 2);
+        command.put8(1, elements);
+        msgBuf response;
+        sendFrame(command.frame());
+        if (receiveResponse(command.frame(), response, m_cfg.xcp.t1) != kStatusSuccess) {
+            break;
+        }
+        const std::size_t carried =
+            copyUploaded(response, unit, std::min(elements * unit, left), destination + stored);
+        if (carried == 0) {
+            break;
+        }
+        stored += carried;
+    }
+    return static_cast<std::uint8_t>(stored);
+}
+
+/// One request, as many responses as it takes. A response without data does not end the reading, but it does
+/// not prolong it either: without data for `t1` the rest is given up.
+std::uint8_t XcpProtoTransmit::uploadSlaveBlock(std::uint8_t* destination, std::uint8_t count,
+                                                std::uint8_t granularity) {
+    const std::size_t unit = atLeastOne(granularity);
+    CommandFrame command(kUpload, 2);
+    command.put8(1, count);
+    sendFrame(command.frame());
+    std::size_t stored = 0;
+    Deadline sinceData(m_cfg.xcp.t1);
+    while (stored < count) {
+        msgBuf response;
+        if (receiveResponse(command.frame(), response, wholeMs(sinceData.left())) != kStatusSuccess) {
+            break;
+        }
+        const std::size_t carried = copyUploaded(response, unit, count - stored, destination + stored);
+        stored += carried;
+        if (carried > 0) {
+            sinceData.restart(m_cfg.xcp.t1);
+        }
+    }
+    return static_cast<std::uint8_t>(stored);
+}
+
+std::uint32_t XcpProtoTransmit::shortUpload(std::uint32_t address, std::uint8_t extension,
+                                            std::uint8_t* destination, std::uint8_t count,
+                                            std::uint8_t granularity) {
+    const std::lock_guard lock(m_mutex);
+    const int elements = std::clamp(m_cfg.maxCto - 1, 0, static_cast<int>(count));
+    CommandFrame command(kShortUpload, 8);
+    command.put8(1, static_cast<std::uint8_t>(elements))
+        .put8(3, extension)
+        .put32(4, address, m_byteOrder != 0);
+    msgBuf response;
+    if (run(command, response) != 0) {
+        return 1;
+    }
+    copyUploaded(response, atLeastOne(granularity), kFrameRoom, destination);
+    return 0;
+}
+
+std::uint8_t XcpProtoTransmit::fillDownloadFrame(msgBuf& frame, const std::uint8_t* source,
+                                                 std::uint8_t count, std::uint8_t granularity) const {
+    frame.data[0] = kDownload;
+    const int total = std::min(std::min<int>(m_cfg.maxCto, kFrameRoom), count + 2);
+    if (total < 2) {
+        return 0;
+    }
+    const int header = granularity < 3 ? 2 : 4;
+    const auto placed = static_cast<std::uint8_t>(std::max(total - header, 0));
+    std::copy_n(source, placed, frame.data.begin() + header);
+    frame.data[1] = placed;
+    frame.length = static_cast<std::uint16_t>(total);
+    return placed;
+}
+
+std::uint8_t XcpProtoTransmit::fillBlockFrame(msgBuf& frame, const std::uint8_t* source, std::uint8_t count,
+                                              std::uint8_t granularity) const {
+    frame.data[0] = kDownload;
+    const int total = std::min(std::min<int>(m_cfg.maxCto, kFrameRoom), count + 2);
+    const bool bytewise = granularity < 2;
+    const int header = bytewise ? 2 : granularity;
+    const int unit = bytewise ? 1 : granularity;
+    const int room = std::max(total - header, 0) / unit * unit;
+    const auto placed = static_cast<std::uint8_t>(std::min<int>(room, count));
+    std::copy_n(source, placed, frame.data.begin() + header);
+    frame.data[1] = static_cast<std::uint8_t>((count + unit - 1) / unit);
+    frame.length = static_cast<std::uint16_t>(total);
+    return placed;
+}
+
+std::uint8_t XcpProtoTransmit::downloadPlain(const std::uint8_t* source, std::uint8_t count,
+                                             std::uint8_t granularity) {
+    return sendPlain(kDownload, source, count, granularity);
+}
+
+std::uint8_t XcpProtoTransmit::programPlain(const std::uint8_t* source, std::uint8_t count,
+                                            std::uint8_t granularity) {
+    return sendPlain(kProgram, source, count, granularity);
+}
+
+std::uint8_t XcpProtoTransmit::sendPlain(std::uint8_t code, const std::uint8_t* source, std::uint8_t count,
+                                         std::uint8_t granularity) {
+    std::size_t sent = 0;
+    while (sent < count) {
+        msgBuf request;
+        const auto left = static_cast<std::uint8_t>(count - sent);
+        const std::uint8_t placed = fillDownloadFrame(request, source + sent, left, granularity);
+        if (placed == 0) {
+            break;
+        }
+        request.data[0] = code;
+        sent += placed;
+        msgBuf response;
+        if (!exchange(request, response)) {
+            break;
+        }
+    }
+    return static_cast<std::uint8_t>(sent);
+}
+
+std::uint8_t XcpProtoTransmit::downloadBlock(const std::uint8_t* source, std::uint8_t count,
+                                             std::uint8_t granularity) {
+    const std::lock_guard lock(m_mutex);
+    return sendBlock({kDownload, kDownloadNext, false, m_cfg.xcp.minSt * kMinStUnit}, source, count,
+                     granularity);
+}
+
+/// The later frames really are DOWNLOAD_NEXT: the ECUs this serves take them as the rest of a PROGRAM.
+std::uint8_t XcpProtoTransmit::programBlock(const std::uint8_t* source, std::uint8_t count,
+                                            std::uint8_t granularity) {
+    return sendBlock({kProgram, kDownloadNext, false, {}}, source, count, granularity);
+}
+
+std::uint8_t XcpProtoTransmit::programBlockNext(const std::uint8_t* source, std::uint8_t count,
+                                                std::uint8_t granularity) {
+    return sendBlock({kProgram, kProgramNext, true, {}}, source, count, granularity);
+}
+
+std::uint8_t XcpProtoTransmit::sendBlock(const BlockForm& form, const std::uint8_t* source,
+                                         std::uint8_t count, std::uint8_t granularity) {
+    const std::lock_guard lock(m_mutex);
+    auto lastFrame = SteadyClock::now();
+    std::size_t sent = 0;
+    msgBuf request;
+    while (sent < count) {
+        request = msgBuf{};
+        const bool first = sent == 0;
+        const auto left = static_cast<std::uint8_t>(count - sent);
+        const bool plain = first && form.firstIsPlain;
+        const std::uint8_t placed = plain ? fillDownloadFrame(request, source + sent, left, granularity)
+                                          : fillBlockFrame(request, source + sent, left, granularity);
+        if (placed == 0) {
+            break;
+        }
+        request.data[0] = first ? form.first : form.next;
+        if (plain) {
+            request.data[1] = left;
+        }
+        waitUntilPrecisely(lastFrame + form.apart);
+        sendFrame(request);
+        lastFrame = SteadyClock::now();
+        sent += placed;
+    }
+    if (sent == 0) {
+        return 0;
+    }
+    msgBuf response;
+    const std::uint16_t timeoutMs = commandTimeout(request.data[0], request.data[1]);
+    const bool agreed = receiveResponse(request, response, timeoutMs) == kStatusSuccess;
+    return static_cast<std::uint8_t>(agreed ? sent : 0);
+}
+
+}  // namespace XCP_MOUDLE
