@@ -5,6 +5,7 @@
 #include "daq/VariableQueue.h"
 
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <utility>
 
@@ -33,6 +34,14 @@ std::uint64_t tooLargeFor(std::uint32_t packMode, std::uint16_t odtBytes) {
             return kMostBytesInPieces + 1;
         default:
             return std::numeric_limits<std::uint64_t>::max();
+    }
+}
+
+/// Appends to @p pieces the entries of @p odt with their bytes.
+void cutOdt(const DaqOdtPlan& odt, const std::uint8_t* payload, std::vector<DaqOdtEntry>& pieces) {
+    constexpr std::size_t kPayloadBytes = std::tuple_size_v<decltype(msgBuf::data)> - 1;
+    for (const DaqOdtEntry& entry : odt.entries) {
+        pieces.push_back(IDaq::readEntry(entry, {payload, kPayloadBytes}));
     }
 }
 
@@ -103,7 +112,7 @@ std::vector<DaqOdtPlan> CcpDaq::fillList(std::uint8_t budget, VariableQueue& que
     if (odtBytes == 0) {
         odtBytes = kDefaultOdtBytes;
     }
-    if (!isPackMode(m_packMode)) {
+    if (budget == 0 || !isPackMode(m_packMode)) {
         return {};
     }
     OdtPacker packer(queue, names, m_packMode);
@@ -125,21 +134,19 @@ std::vector<mcMeasureVariableValue> CcpDaq::decodeDto(const msgBuf& frame) {
         values = closeCycle(place.list, m_cycleStart);
         m_cycleStart = frame.time;
     }
-    keepPieces(place.list, extractOdt(frame.data.data() + 1, place.list, place.odt));
+    const DaqOdtPlan* odt = findOdt(place.list, place.odt);
+    std::vector<DaqOdtEntry>& pieces = piecesFor(place.list, odt);
+    if (odt != nullptr) {
+        cutOdt(*odt, frame.data.data() + 1, pieces);
+    }
     return values;
 }
 
 std::vector<DaqOdtEntry> CcpDaq::extractOdt(const std::uint8_t* payload, std::uint16_t list,
                                             std::uint8_t odt) const {
-    const DaqOdtPlan* plan = findOdt(list, odt);
     std::vector<DaqOdtEntry> entries;
-    if (plan == nullptr) {
-        return entries;
-    }
-    constexpr std::size_t kPayloadBytes = std::tuple_size_v<decltype(msgBuf::data)> - 1;
-    entries.reserve(plan->entries.size());
-    for (const DaqOdtEntry& entry : plan->entries) {
-        entries.push_back(readEntry(entry, {payload, kPayloadBytes}));
+    if (const DaqOdtPlan* plan = findOdt(list, odt)) {
+        cutOdt(*plan, payload, entries);
     }
     return entries;
 }

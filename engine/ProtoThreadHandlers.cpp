@@ -61,10 +61,7 @@ void ProtoThread::createTask(const std::string& name) {
         if (cfg.ecuName != name) {
             continue;
         }
-        std::shared_ptr<ITask_Transmit> task = makeTask(cfg, frozen);
-        if (task != nullptr) {
-            replaced.push_back(std::exchange(m_taskMap[name], std::move(task)));
-        }
+        replaced.push_back(std::exchange(m_taskMap[name], makeTask(cfg, frozen)));
     }
 }
 

@@ -7,6 +7,6 @@
 
 #include <memory>
 
-/// Makes the task object of one ECU from a deep copy of its configuration and of the callbacks.
-/// @return nothing for a protocol that there is no task class for
+/// Makes the task object of one ECU, XCP if `protoType` is 1 and CCP otherwise, from a deep copy of its
+/// configuration and of the callbacks.
 std::shared_ptr<ITask_Transmit> makeTask(const EcuProtoCfg& cfg, const CallBackFuns& callBacks);

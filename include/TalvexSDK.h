@@ -44,11 +44,13 @@
 #pragma once
 
 #include "TalvexAnalyse.h"
+#include "TalvexChannel.h"
 #include "TalvexExport.h"
 #include "TalvexMemory.h"
 #include "TalvexPlain.h"
 #include "TalvexPlan.h"
 #include "TalvexRecords.h"
+#include "TalvexSelfTest.h"
 
 #include <cstdint>
 #include <list>

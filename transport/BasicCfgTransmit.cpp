@@ -26,11 +26,18 @@ constexpr std::uint8_t kCcpResponses = 0xFE;  ///< CCP: first byte from here on 
 constexpr std::string_view kDiscardText = "[Talvex] Discard Talvex Message, count = %d";
 static_assert(kDiscardText.size() == 43);
 
+/// `m_lastStatus` at the start of a connect: success for XCP, and no status of CCP at all.
+constexpr std::uint32_t kFreshStatus = 256;
+
 enum SendFlag : std::uint8_t { kSendExtended = 0x01, kSendFd = 0x02, kSendBrs = 0x04 };
 
 std::uint8_t sendFlags(const EcuProtoCfg& cfg) {
     return static_cast<std::uint8_t>((cfg.masterExtended != 0 ? kSendExtended : 0) |
                                      (cfg.masterFd != 0 ? kSendFd : 0) | (cfg.masterBrs != 0 ? kSendBrs : 0));
+}
+
+std::string hexDump(const std::uint8_t* bytes, std::size_t count) {
+    return trace_view::byteText({bytes, count}, count);
 }
 
 std::string dumpLine(std::string_view head, const msgBuf& frame, std::size_t length) {
@@ -220,6 +227,57 @@ bool BasicCfgTransmit::awaitPending(msgBuf& response, const std::function<bool(c
         frameEvent().wait(std::min<std::chrono::nanoseconds>(deadline.left(), slice));
     }
     return false;
+}
+
+std::uint32_t BasicCfgTransmit::attempt(msgBuf& request, msgBuf& response, std::int32_t timeoutMs) {
+    sendFrame(request);
+    const std::uint32_t status = receiveResponse(request, response, timeoutMs);
+    m_lastStatus = status;
+    return status;
+}
+
+bool BasicCfgTransmit::repeatExchange(msgBuf& request, msgBuf& response, std::int32_t timeoutMs,
+                                      const RepeatRule& rule) {
+    const bool endless = rule.limit == -1;
+    for (std::int32_t done = 0; endless || done < rule.limit; done += endless ? 0 : 1) {
+        if (stopFlag().isStoppedUnlocked()) {
+            return false;
+        }
+        if (rule.isDone(attempt(request, response, timeoutMs))) {
+            return true;
+        }
+        waitRetryDelay(rule.delayMs);
+    }
+    return false;
+}
+
+void BasicCfgTransmit::resetLink() {
+    m_linkLost = false;
+    m_lastStatus = m_cfg.protoType != 0 ? kFreshStatus : 0U;
+}
+
+bool BasicCfgTransmit::loadSeedKey(SeedKeyFun (*loader)(const char* path, const char* entry),
+                                   const char* entry) {
+    m_lib = loader(m_cfg.seedkey_path.c_str(), entry);
+    if (!m_lib) {
+        writeLog(kLogError, "SeedKey dll load failed, seedkey_path=" + m_cfg.seedkey_path);
+        return false;
+    }
+    return true;
+}
+
+bool BasicCfgTransmit::makeKey(std::uint8_t resource, std::uint8_t* seed, std::uint8_t seedLength,
+                               std::uint8_t* key, std::uint8_t& keyLength) {
+    if (!m_lib) {
+        writeLog(kLogWarning, "########ERROR:> m_lib loaded error.");
+        return false;
+    }
+    writeLog(kLogTrace, "==========>seed is:> [" + hexDump(seed, seedLength) + "].");
+    const bool made = m_lib(resource, seedLength, seed, &keyLength, key) != 0;
+    // Readers of this line know it without a bracket at its end.
+    writeLog(kLogProgress, std::string("==========>seed Fun ret:") + (made ? "1" : "0") + " key - length: [" +
+                               std::to_string(keyLength) + "] and the key is : [" + hexDump(key, keyLength));
+    return made;
 }
 
 void BasicCfgTransmit::waitRetryDelay(std::uint32_t retryDelayMs) {

@@ -81,6 +81,10 @@ public:
     /// @return true if the bytes of @p block lie within @p segment, sums wrapping in 32 bits
     [[nodiscard]] static bool isInSegment(const mcMemoryInfo& segment, const AddressBlock& block);
 
+    /// Hands values to the host. @param kind  0 answer to a read, 1 polling, 2 DAQ
+    void deliverValues(std::int32_t kind, const std::vector<mcMeasureVariableValue>& values,
+                       const std::vector<std::string>& rejected = {}) const;
+
     std::vector<msgBuf> m_frames;  ///< taken out of the store and not yet consumed; guarded by m_mutex
     std::atomic<std::uint32_t> m_lastStatus = 0;  ///< status of the last exchange
     std::recursive_mutex m_mutex;  ///< first in the lock order; held for the length of an exchange or a block
@@ -89,6 +93,7 @@ public:
     std::unique_ptr<BasicDecode> m_decoder;  ///< by protocol
     std::uint8_t m_byteOrder = 0;            ///< not 0: multi-byte fields are swapped
     std::uint32_t m_protoType = 1;           ///< 1 is XCP
+    SeedKeyFun m_lib;                        ///< the seed and key function, held only while a connect runs
     std::set<std::uint32_t> m_cmdIds;        ///< command identifiers
     std::set<std::uint32_t> m_daqIds;        ///< DAQ identifiers
     std::atomic<bool> m_linkLost = false;    ///< the object refuses to send
@@ -121,12 +126,37 @@ protected:
     bool awaitPending(msgBuf& response, const std::function<bool(const msgBuf&)>& matches, Deadline& deadline,
                       std::chrono::milliseconds slice);
 
+    /// Sends @p request and waits for the response; keeps the status in `m_lastStatus`. @return the status
+    std::uint32_t attempt(msgBuf& request, msgBuf& response, std::int32_t timeoutMs);
+
+    /// How a failed exchange is repeated.
+    struct RepeatRule {
+        std::int32_t limit;                    ///< repeats; -1 without limit, other values below 1 none
+        std::uint32_t delayMs;                 ///< pause after each failed repeat, the last included
+        bool (*isDone)(std::uint32_t status);  ///< whether a status ends the repeating with success
+    };
+
+    /// Repeats an exchange that failed; the first repeat follows at once. Ends on the stop flag.
+    /// @return true if a repeat succeeded
+    bool repeatExchange(msgBuf& request, msgBuf& response, std::int32_t timeoutMs, const RepeatRule& rule);
+
+    /// Marks the link as fresh, ahead of a connect.
+    void resetLink();
+
+    /// Loads the seed and key function into `m_lib`. @return false, with a line in the log, if there is none
+    bool loadSeedKey(SeedKeyFun (*loader)(const char* path, const char* entry), const char* entry);
+
+    /// Calls `m_lib` and logs seed and key. @return true if it made a key
+    bool makeKey(std::uint8_t resource, std::uint8_t* seed, std::uint8_t seedLength, std::uint8_t* key,
+                 std::uint8_t& keyLength);
+
+    /// @return true if @p command stands in `supportedCmds`
+    [[nodiscard]] bool isSupported(std::uint8_t command) const {
+        return m_cfg.supportedCmds.contains(command);
+    }
+
     /// Waits `retryDelayMs` between two sends, in slices, and leaves as soon as the stop flag is up.
     static void waitRetryDelay(std::uint32_t retryDelayMs);
-
-    /// Hands values to the host. @param kind  0 answer to a read, 1 polling, 2 DAQ
-    void deliverValues(std::int32_t kind, const std::vector<mcMeasureVariableValue>& values,
-                       const std::vector<std::string>& rejected = {}) const;
 
 private:
     void collectIds();

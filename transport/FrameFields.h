@@ -35,6 +35,7 @@ public:
 
     /// The frame, to be sent. Sending writes its identifier, its time and its padding.
     msgBuf& frame() { return m_frame; }
+    [[nodiscard]] const msgBuf& frame() const { return m_frame; }
 
 private:
     CommandFrame& put(std::size_t position, std::uint32_t value, std::size_t width, bool swap);

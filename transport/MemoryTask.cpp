@@ -15,10 +15,10 @@ namespace {
 constexpr std::uint32_t kDefaultChecksumBlock = 16384;
 constexpr std::uint32_t kAll = 100;
 
-void report(MemResultFun report, std::uint32_t command, std::uint32_t value,
+void report(MemResultFun reportFun, std::uint32_t command, std::uint32_t value,
             std::vector<mcMemoryData> data = {}) {
-    if (report != nullptr) {
-        report(command, value, std::move(data));
+    if (reportFun != nullptr) {
+        reportFun(command, value, std::move(data));
     }
 }
 
@@ -85,6 +85,42 @@ std::uint32_t uploadRanges(const std::vector<mcMemoryInfo>& ranges, const RangeU
         reportPercent(reportFun, kMemUploadPercent, done, total);
     }
     report(reportFun, kMemUploadResult, kResultOk, collected);
+    return kResultOk;
+}
+
+std::uint32_t uploadSteps(
+    const mcMemoryInfo& range, std::size_t stepSize,
+    const std::function<std::size_t(std::uint8_t* destination, std::size_t wanted)>& readStep,
+    std::vector<mcMemoryData>* results, const std::uint32_t* total, std::uint32_t* done,
+    MemResultFun reportFun) {
+    std::vector<std::uint8_t> read;
+    std::vector<std::uint8_t> step(std::min<std::size_t>(stepSize, range.length));
+    while (read.size() < range.length) {
+        const std::size_t came = readStep(step.data(), std::min(stepSize, range.length - read.size()));
+        if (came == 0) {
+            break;
+        }
+        read.insert(read.end(), step.begin(), step.begin() + static_cast<std::ptrdiff_t>(came));
+        reportRangeProgress(reportFun, static_cast<std::uint32_t>(came), total, done);
+    }
+    if (read.empty()) {
+        return kResultUploadEmpty;
+    }
+    if (results != nullptr) {
+        const auto length = static_cast<std::uint32_t>(read.size());
+        results->push_back({range.address, length, std::move(read), {}, {}});
+    }
+    return kResultOk;
+}
+
+std::uint32_t forEachRange(const std::vector<mcMemoryInfo>& ranges,
+                           const std::function<std::uint32_t(const mcMemoryInfo&)>& onRange) {
+    for (const mcMemoryInfo& range : ranges) {
+        const std::uint32_t result = onRange(range);
+        if (result != kResultOk) {
+            return result;
+        }
+    }
     return kResultOk;
 }
 

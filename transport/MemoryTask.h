@@ -52,6 +52,21 @@ using RangeUpload = std::function<std::uint32_t(const mcMemoryInfo& range, std::
 std::uint32_t uploadRanges(const std::vector<mcMemoryInfo>& ranges, const RangeUpload& upload,
                            std::vector<mcMemoryData>* results, MemResultFun report);
 
+/// Reads the bytes of one range in steps, from where the MTA stands.
+/// @param stepSize  most bytes of a step
+/// @param readStep  stores at most the wanted bytes and returns how many came; 0 ends the reading, a short
+/// step
+///                  does not
+/// @return 34 if nothing came, else 0: a range that was read in part counts as read
+std::uint32_t uploadSteps(
+    const mcMemoryInfo& range, std::size_t stepSize,
+    const std::function<std::size_t(std::uint8_t* destination, std::size_t wanted)>& readStep,
+    std::vector<mcMemoryData>* results, const std::uint32_t* total, std::uint32_t* done, MemResultFun report);
+
+/// Runs @p onRange for each range until one fails. @return the first result that is not 0, else 0
+std::uint32_t forEachRange(const std::vector<mcMemoryInfo>& ranges,
+                           const std::function<std::uint32_t(const mcMemoryInfo&)>& onRange);
+
 /// One BUILD_CHECKSUM step of a range.
 struct ChecksumStep {
     std::uint32_t address;     ///< first address

@@ -9,6 +9,7 @@
 #include <array>
 #include <iterator>
 #include <optional>
+#include <span>
 #include <utility>
 
 namespace XCP_MOUDLE {
@@ -50,6 +51,16 @@ struct ListRoom {
         return static_cast<std::uint64_t>(std::max(capacity, -1) + 1);
     }
 };
+
+/// Appends to @p pieces the entries of @p odt that lie within @p length, with their bytes.
+void cutOdt(const DaqOdtPlan& odt, std::span<const std::uint8_t> payload, std::uint16_t length,
+            std::vector<DaqOdtEntry>& pieces) {
+    for (const DaqOdtEntry& entry : odt.entries) {
+        if (length >= entry.offset && length - entry.offset >= static_cast<std::int64_t>(entry.size)) {
+            pieces.push_back(IDaq::readEntry(entry, payload));
+        }
+    }
+}
 
 std::uint8_t lastPidOf(std::uint8_t firstPid, std::size_t odts) {
     return static_cast<std::uint8_t>(firstPid + odts - 1);
@@ -168,8 +179,8 @@ void XcpDaq::pollLeftOver(std::uint16_t event, std::vector<mcMeasureVariable>& v
     const std::uint16_t periodMs = found == m_events.end() ? kPeriodOfUnknownEventMs : found->second.cycle;
     for (mcMeasureVariable& variable : variables) {
         variable.period = periodMs;
-        m_pollVars.push_back(variable);
     }
+    m_pollVars.insert(m_pollVars.end(), variables.begin(), variables.end());
 }
 
 std::vector<DaqOdtPlan> XcpDaq::packOdts(std::uint8_t budget, std::uint8_t odtLimit,
@@ -236,7 +247,11 @@ std::vector<mcMeasureVariableValue> XcpDaq::decodeDto(const msgBuf& frame) {
     // frame's record read as 0.
     const auto length = static_cast<std::uint16_t>(frame.length - header);
     const std::span payload = std::span(frame.data).subspan(header);
-    keepPieces(place.list, cutOdt(payload, length, place.list, place.odt));
+    const DaqOdtPlan* odt = findOdt(place.list, place.odt);
+    std::vector<DaqOdtEntry>& pieces = piecesFor(place.list, odt);
+    if (odt != nullptr) {
+        cutOdt(*odt, payload, length, pieces);
+    }
     return values;
 }
 
@@ -261,23 +276,10 @@ DaqFramePlace XcpDaq::placeOf(const msgBuf& frame) const {
 
 std::vector<DaqOdtEntry> XcpDaq::decodeOdtPayload(const std::uint8_t* payload, std::uint16_t length,
                                                   std::uint16_t list, std::uint8_t odt) const {
-    const std::size_t readable = std::min<std::size_t>(length, std::tuple_size_v<decltype(msgBuf::data)>);
-    return cutOdt({payload, readable}, length, list, odt);
-}
-
-/// decodeOdtPayload for the bytes that are there and the length that the frame claims.
-std::vector<DaqOdtEntry> XcpDaq::cutOdt(std::span<const std::uint8_t> payload, std::uint16_t length,
-                                        std::uint16_t list, std::uint8_t odt) const {
-    const DaqOdtPlan* plan = findOdt(list, odt);
     std::vector<DaqOdtEntry> entries;
-    if (plan == nullptr) {
-        return entries;
-    }
-    entries.reserve(plan->entries.size());
-    for (const DaqOdtEntry& entry : plan->entries) {
-        if (length >= entry.offset && length - entry.offset >= static_cast<std::int64_t>(entry.size)) {
-            entries.push_back(readEntry(entry, payload));
-        }
+    if (const DaqOdtPlan* plan = findOdt(list, odt)) {
+        const std::size_t readable = std::min<std::size_t>(length, std::tuple_size_v<decltype(msgBuf::data)>);
+        cutOdt(*plan, {payload, readable}, length, entries);
     }
     return entries;
 }

@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <list>
 #include <map>
-#include <span>
 #include <string>
 #include <vector>
 
@@ -66,8 +65,6 @@ private:
     std::uint32_t mostListsOf(std::uint16_t event) const;
     void pollLeftOver(std::uint16_t event, std::vector<mcMeasureVariable>& variables);
     DaqFramePlace placeOf(const msgBuf& frame) const;
-    std::vector<DaqOdtEntry> cutOdt(std::span<const std::uint8_t> payload, std::uint16_t length,
-                                    std::uint16_t list, std::uint8_t odt) const;
 };
 
 }  // namespace XCP_MOUDLE

@@ -1,12 +1,10 @@
 /// @file
 /// `XcpProtoTransmit`: seed and key.
-#include "decode/ValueText.h"
 #include "xcp/XcpProtoTransmit.h"
 
 #include <algorithm>
 #include <array>
 #include <limits>
-#include <string>
 
 namespace XCP_MOUDLE {
 
@@ -15,10 +13,6 @@ namespace {
 constexpr std::size_t kSeedLimit = std::numeric_limits<std::uint8_t>::max();
 constexpr std::uint8_t kFirstPart = 0;
 constexpr std::uint8_t kRemainingPart = 1;
-
-std::string hexDump(const std::uint8_t* bytes, std::size_t count) {
-    return trace_view::byteText({bytes, count}, count);
-}
 
 }  // namespace
 
@@ -72,16 +66,7 @@ bool XcpProtoTransmit::parseSeedResponse(bool isFollowUp, const msgBuf& response
 
 bool XcpProtoTransmit::computeKey(std::uint8_t resource, std::uint8_t* seed, std::uint8_t seedLength,
                                   std::uint8_t* key, std::uint8_t& keyLength) {
-    if (!m_lib) {
-        writeLog(kLogWarning, "########ERROR:> m_lib loaded error.");
-        return false;
-    }
-    writeLog(kLogTrace, "==========>seed is:> [" + hexDump(seed, seedLength) + "].");
-    const bool made = m_lib(resource, seedLength, seed, &keyLength, key) != 0;
-    // Readers of this line know it without a bracket at its end.
-    writeLog(kLogProgress, std::string("==========>seed Fun ret:") + (made ? "1" : "0") + " key - length: [" +
-                               std::to_string(keyLength) + "] and the key is : [" + hexDump(key, keyLength));
-    return made;
+    return makeKey(resource, seed, seedLength, key, keyLength);
 }
 
 std::uint32_t XcpProtoTransmit::sendKey(const std::uint8_t* key, std::uint8_t keyLength) {

@@ -4,6 +4,7 @@
 #include "xcp/XcpProtoTransmit.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 
 namespace XCP_MOUDLE {
@@ -11,6 +12,9 @@ namespace XCP_MOUDLE {
 namespace {
 
 using SteadyClock = std::chrono::steady_clock;
+
+/// Bytes of the largest upload that an 8-bit count can ask for.
+constexpr std::size_t kLargestUpload = 255;
 
 /// Unit of MIN_ST.
 constexpr std::chrono::microseconds kMinStUnit{100};
@@ -51,13 +55,34 @@ struct XcpProtoTransmit::BlockForm {
 
 std::uint8_t XcpProtoTransmit::uploadBlock(std::uint8_t* destination, std::uint8_t count,
                                            std::uint8_t granularity) {
+    msgBuf last;
+    return upload(destination, count, granularity, last);
+}
+
+std::uint8_t XcpProtoTransmit::cmdUpload(std::uint8_t count) {
+    if (refusesToSend()) {
+        return 0;
+    }
     const std::lock_guard lock(m_mutex);
-    return m_cfg.xcp.useSlaveBlockMode != 0 ? uploadSlaveBlock(destination, count, granularity)
-                                            : uploadPlain(destination, count, granularity);
+    std::array<std::uint8_t, kLargestUpload> dropped{};  // the caller reads the response
+    msgBuf last;
+    const std::uint8_t came = upload(dropped.data(), count, m_cfg.xcp.addressGranularity, last);
+    if (last.length > 0) {
+        m_lastResponse = last;
+    }
+    return came;
+}
+
+/// @param last  gets the last positive response
+std::uint8_t XcpProtoTransmit::upload(std::uint8_t* destination, std::uint8_t count, std::uint8_t granularity,
+                                      msgBuf& last) {
+    const std::lock_guard lock(m_mutex);
+    return m_cfg.xcp.useSlaveBlockMode != 0 ? uploadSlaveBlock(destination, count, granularity, last)
+                                            : uploadPlain(destination, count, granularity, last);
 }
 
 std::uint8_t XcpProtoTransmit::uploadPlain(std::uint8_t* destination, std::uint8_t count,
-                                           std::uint8_t granularity) {
+                                           std::uint8_t granularity, msgBuf& last) {
     const std::size_t unit = atLeastOne(granularity);
     std::size_t stored = 0;
     while (stored < count) {
@@ -74,6 +99,7 @@ std::uint8_t XcpProtoTransmit::uploadPlain(std::uint8_t* destination, std::uint8
         if (receiveResponse(command.frame(), response, m_cfg.xcp.t1) != kStatusSuccess) {
             break;
         }
+        last = response;
         const std::size_t carried =
             copyUploaded(response, unit, std::min(elements * unit, left), destination + stored);
         if (carried == 0) {
@@ -87,7 +113,7 @@ std::uint8_t XcpProtoTransmit::uploadPlain(std::uint8_t* destination, std::uint8
 /// One request, as many responses as it takes. A response without data does not end the reading, but it does
 /// not prolong it either: without data for `t1` the rest is given up.
 std::uint8_t XcpProtoTransmit::uploadSlaveBlock(std::uint8_t* destination, std::uint8_t count,
-                                                std::uint8_t granularity) {
+                                                std::uint8_t granularity, msgBuf& last) {
     const std::size_t unit = atLeastOne(granularity);
     CommandFrame command(kUpload, 2);
     command.put8(1, count);
@@ -99,6 +125,7 @@ std::uint8_t XcpProtoTransmit::uploadSlaveBlock(std::uint8_t* destination, std::
         if (receiveResponse(command.frame(), response, wholeMs(sinceData.left())) != kStatusSuccess) {
             break;
         }
+        last = response;
         const std::size_t carried = copyUploaded(response, unit, count - stored, destination + stored);
         stored += carried;
         if (carried > 0) {
@@ -151,6 +178,19 @@ std::uint8_t XcpProtoTransmit::fillBlockFrame(msgBuf& frame, const std::uint8_t*
     const auto placed = static_cast<std::uint8_t>(std::min<int>(room, count));
     std::copy_n(source, placed, frame.data.begin() + header);
     frame.data[1] = static_cast<std::uint8_t>((count + unit - 1) / unit);
+    frame.length = static_cast<std::uint16_t>(total);
+    return placed;
+}
+
+std::uint8_t XcpProtoTransmit::fillMaxFrame(msgBuf& frame, const std::uint8_t* source,
+                                            std::uint8_t granularity) const {
+    if (m_cfg.maxCto == 0) {
+        return 0;
+    }
+    const int total = std::min<int>(m_cfg.maxCto, kFrameRoom);
+    const int header = std::clamp<int>(granularity, 1, 3);
+    const auto placed = static_cast<std::uint8_t>(std::max(total - header, 0));
+    std::copy_n(source, placed, frame.data.begin() + header);
     frame.length = static_cast<std::uint16_t>(total);
     return placed;
 }

@@ -46,6 +46,10 @@ std::uint32_t statusOf(const msgBuf& response) {
     return response.data[1];
 }
 
+bool isSuccess(std::uint32_t status) {
+    return status == kStatusSuccess;
+}
+
 bool isBusy(std::uint32_t status) {
     return status == kErrCmdBusy || status == kErrPgmActive;
 }
@@ -97,8 +101,7 @@ std::uint32_t XcpProtoTransmit::receiveResponse(const msgBuf& request, msgBuf& r
 }
 
 bool XcpProtoTransmit::exchange(msgBuf& request, msgBuf& response) {
-    if (m_linkLost) {
-        writeLog(kLogError, "连接已断开");
+    if (refusesToSend()) {
         return false;
     }
     const std::lock_guard lock(m_mutex);
@@ -108,7 +111,10 @@ bool XcpProtoTransmit::exchange(msgBuf& request, msgBuf& response) {
         m_lastResponse = response;
         return true;
     }
-    if (repeat(request, response, timeoutMs)) {
+    // A response that a repeat won stays out of m_lastResponse: channel hosts are handed the last response of
+    // a first attempt.
+    if (repeatExchange(request, response, timeoutMs,
+                       {m_cfg.xcp.retryCount, m_cfg.xcp.retryDelayMs, isSuccess})) {
         return true;
     }
     if (m_lastStatus == kStatusNoAnswer) {
@@ -117,27 +123,12 @@ bool XcpProtoTransmit::exchange(msgBuf& request, msgBuf& response) {
     return false;
 }
 
-std::uint32_t XcpProtoTransmit::attempt(msgBuf& request, msgBuf& response, std::uint16_t timeoutMs) {
-    sendFrame(request);
-    const std::uint32_t status = receiveResponse(request, response, timeoutMs);
-    m_lastStatus = status;
-    return status;
-}
-
-/// Repeats a command that failed, whether by an error or by silence. A response that a repeat won stays out
-/// of `m_lastResponse`: channel hosts are handed the last response of a first attempt.
-bool XcpProtoTransmit::repeat(msgBuf& request, msgBuf& response, std::uint16_t timeoutMs) {
-    const std::int32_t limit = m_cfg.xcp.retryCount;
-    for (std::int32_t done = 0; done < limit || limit == -1; done = limit == -1 ? 0 : done + 1) {
-        if (stopFlag().isStoppedUnlocked()) {
-            return false;
-        }
-        if (attempt(request, response, timeoutMs) == kStatusSuccess) {
-            return true;
-        }
-        waitRetryDelay(m_cfg.xcp.retryDelayMs);
+/// @return true, with a line in the log, if the link counts as lost
+bool XcpProtoTransmit::refusesToSend() {
+    if (m_linkLost) {
+        writeLog(kLogError, "连接已断开");
     }
-    return false;
+    return m_linkLost;
 }
 
 std::uint16_t XcpProtoTransmit::commandTimeout(std::uint8_t pid, std::uint8_t secondByte) const {

@@ -110,6 +110,9 @@ public:
     /// Reads from the MTA by UPLOAD. No repeats; leaves `m_lastStatus` and `m_linkLost` alone.
     /// @return bytes stored, at most @p count
     std::uint8_t uploadBlock(std::uint8_t* destination, std::uint8_t count, std::uint8_t granularity);
+    /// Reads @p count bytes from the MTA for a caller who wants the response: the last positive one becomes
+    /// `m_lastResponse`. On a lost link nothing is sent. @return bytes that came
+    std::uint8_t cmdUpload(std::uint8_t count);
     /// Reads by SHORT_UPLOAD. The copy is as long as the frame: @p destination needs kFrameRoom bytes.
     std::uint32_t shortUpload(std::uint32_t address, std::uint8_t extension, std::uint8_t* destination,
                               std::uint8_t count, std::uint8_t granularity);
@@ -120,6 +123,9 @@ public:
     /// @return bytes placed in it
     std::uint8_t fillBlockFrame(msgBuf& frame, const std::uint8_t* source, std::uint8_t count,
                                 std::uint8_t granularity) const;
+    /// Forms a frame full of data; the caller sets byte 0. @param source  `maxCto` bytes less the header
+    /// @return bytes placed in it
+    std::uint8_t fillMaxFrame(msgBuf& frame, const std::uint8_t* source, std::uint8_t granularity) const;
     /// Writes to the MTA, each frame with its response. @return bytes sent, the last frame's counted even if
     /// it
     ///         failed
@@ -135,7 +141,6 @@ public:
     /// PROGRAM, then PROGRAM_NEXT frames back to back, one response at the end. @return as `downloadBlock`
     std::uint8_t programBlockNext(const std::uint8_t* source, std::uint8_t count, std::uint8_t granularity);
 
-    SeedKeyFun m_lib;       ///< the seed and key function, held only while a connect runs
     msgBuf m_lastResponse;  ///< last response that a first attempt received with success; guarded by m_mutex
     XcpDaq m_daq;           ///< planner; guarded by m_mutex while frames are decoded
 
@@ -145,20 +150,18 @@ protected:
     std::uint32_t run(CommandFrame& command);
     std::uint32_t run(CommandFrame&& command) { return run(command); }
 
-    /// @return true if @p command stands in `supportedCmds`
-    [[nodiscard]] bool isSupported(std::uint8_t command) const {
-        return m_cfg.supportedCmds.contains(command);
-    }
-
 private:
     struct BlockForm;
 
-    std::uint32_t attempt(msgBuf& request, msgBuf& response, std::uint16_t timeoutMs);
-    bool repeat(msgBuf& request, msgBuf& response, std::uint16_t timeoutMs);
     void takeSlaveLimits(const msgBuf& response);
     void takeEventInfo(std::uint8_t event, const msgBuf& response);
-    std::uint8_t uploadPlain(std::uint8_t* destination, std::uint8_t count, std::uint8_t granularity);
-    std::uint8_t uploadSlaveBlock(std::uint8_t* destination, std::uint8_t count, std::uint8_t granularity);
+    std::uint8_t uploadPlain(std::uint8_t* destination, std::uint8_t count, std::uint8_t granularity,
+                             msgBuf& last);
+    std::uint8_t uploadSlaveBlock(std::uint8_t* destination, std::uint8_t count, std::uint8_t granularity,
+                                  msgBuf& last);
+    std::uint8_t upload(std::uint8_t* destination, std::uint8_t count, std::uint8_t granularity,
+                        msgBuf& last);
+    bool refusesToSend();
     std::uint8_t sendPlain(std::uint8_t code, const std::uint8_t* source, std::uint8_t count,
                            std::uint8_t granularity);
     std::uint8_t sendBlock(const BlockForm& form, const std::uint8_t* source, std::uint8_t count,

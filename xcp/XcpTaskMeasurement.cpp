@@ -1,9 +1,9 @@
 /// @file
 /// `XcpTaskTransmit`: from a list of variables to values.
 #include "daq/CycleUnit.h"
+#include "transport/MeasurementTask.h"
 #include "transport/ResultCode.h"
 #include "transport/StopFlag.h"
-#include "transport/SystemClock.h"
 #include "xcp/XcpTaskTransmit.h"
 
 #include <algorithm>
@@ -31,40 +31,29 @@ std::string shortReadText(const mcMeasureVariable& variable, std::int32_t read) 
            ",read: " + std::to_string(read);
 }
 
-mcMeasureVariableValue valueNow(const mcMeasureVariable& variable, std::vector<std::uint8_t> data) {
-    return {variable.name, systemMicros(), std::move(data)};
+/// Where a pending frame goes. Answers stay for whoever waits; packets with 0xFB go only with the next send
+/// or a discard.
+FrameFate fateOf(const EcuProtoCfg& /*cfg*/, const msgBuf& frame) {
+    switch (frame.data[0]) {
+        case kPositive:
+        case kError:
+        case kReserved:
+            return FrameFate::kKeep;
+        case kEvent:
+            return FrameFate::kEvent;
+        case kService:
+            return FrameFate::kDrop;
+        default:
+            return FrameFate::kDecode;
+    }
 }
 
 }  // namespace
 
 std::uint32_t XcpTaskTransmit::prepareMeasurement(const std::vector<mcMeasureVariable>& variables) {
-    std::vector<mcMeasureVariable> allowed = variables;
-    std::vector<std::string> rejected;
-    filterVariables(allowed, rejected);
-    m_daq.reset();
     dropMadeEntries();
-    if (allowed.empty()) {
-        return kResultCheckMeasureVar;
-    }
-    if (m_cfg.xcp.pollPeriodMs != 0) {
-        for (mcMeasureVariable& variable : allowed) {
-            variable.period = m_cfg.xcp.pollPeriodMs;
-        }
-        m_pollScheduler->assign(allowed);
-        return kResultOk;
-    }
-    const std::uint32_t result = askDaqFacts();
-    if (result != kResultOk) {
-        return result;
-    }
-    m_daq.configure(m_cfg);
-    m_daq.assignVariables(allowed);
-    m_daq.planLists(false);
-    if (m_callBacks.daqInfoFun != nullptr) {
-        m_callBacks.daqInfoFun(&m_cfg, &m_daq.m_finishedNames);
-    }
-    m_pollScheduler->assign(m_daq.m_pollVars);
-    return kResultOk;
+    return prepareMeasurementOn(*this, m_daq, *m_pollScheduler, variables, m_cfg.xcp.pollPeriodMs,
+                                [this] { return askDaqFacts(); });
 }
 
 std::uint32_t XcpTaskTransmit::askDaqFacts() {
@@ -220,71 +209,25 @@ void XcpTaskTransmit::stopMeasurement() {
 }
 
 bool XcpTaskTransmit::processDaqFrames() {
-    std::vector<std::vector<mcMeasureVariableValue>> delivered;
-    {
-        const std::lock_guard lock(m_mutex);
-        fetchFrames();
-        std::erase_if(m_frames, [&](const msgBuf& frame) { return consumeFrame(frame, delivered); });
-    }
-    for (const std::vector<mcMeasureVariableValue>& values : delivered) {
-        deliverValues(2, values);
-    }
+    deliverDaqFrames(*this, m_daq, fateOf);
     return false;
 }
 
-/// Takes one pending frame if it is nobody's answer. @return true if the frame is used up
-bool XcpTaskTransmit::consumeFrame(const msgBuf& frame,
-                                   std::vector<std::vector<mcMeasureVariableValue>>& delivered) {
-    if (frame.length == 0) {
-        return true;
-    }
-    switch (frame.data[0]) {
-        case kPositive:
-        case kError:
-        case kReserved:
-            return false;  // an answer, or what only the next send or a discard removes
-        case kEvent:
-            m_decoder->eventMsgAnalyse(frame);
-            return true;
-        case kService:
-            return true;
-        default:
-            break;
-    }
-    std::vector<mcMeasureVariableValue> values = m_daq.decodeDto(frame);
-    if (!values.empty()) {
-        delivered.push_back(std::move(values));
-    }
-    return true;
-}
-
 void XcpTaskTransmit::pollTick() {
-    if (!m_pollScheduler->tick()) {
-        return;
-    }
-    const std::vector<mcMeasureVariableValue> values = std::exchange(m_pollScheduler->m_results, {});
-    if (!values.empty()) {
-        deliverValues(1, values);
-    }
+    deliverPolled(*this, *m_pollScheduler);
 }
 
+/// A variable whose read failed is delivered all the same, with no bytes.
 std::vector<mcMeasureVariableValue> XcpTaskTransmit::readVariables(
     const std::vector<mcMeasureVariable>& variables) {
-    std::vector<mcMeasureVariable> allowed = variables;
-    std::vector<std::string> rejected;
-    filterVariables(allowed, rejected);
-    std::vector<mcMeasureVariableValue> values;
-    for (const mcMeasureVariable& variable : allowed) {
+    return readAndDeliver(*this, variables, [this](const auto& variable, mcMeasureVariableValue& value) {
         std::vector<std::uint8_t> data;
         if (!readOrReport(variable, data)) {
             data.clear();
         }
-        values.push_back(valueNow(variable, std::move(data)));
-    }
-    if (!values.empty() || !rejected.empty()) {
-        deliverValues(0, values, rejected);
-    }
-    return values;
+        value = valueReadNow(variable, std::move(data));
+        return true;
+    });
 }
 
 std::int32_t XcpTaskTransmit::readVariable(const mcMeasureVariable& variable, mcMeasureVariableValue& value) {
@@ -295,7 +238,7 @@ std::int32_t XcpTaskTransmit::readVariable(const mcMeasureVariable& variable, mc
     if (!readOrReport(variable, data)) {
         return kResultReadData;
     }
-    value = valueNow(variable, std::move(data));
+    value = valueReadNow(variable, std::move(data));
     return kResultOk;
 }
 

@@ -5,9 +5,7 @@
 #include "xcp/XcpTaskTransmit.h"
 
 #include <algorithm>
-#include <array>
 #include <iterator>
-#include <utility>
 
 namespace XCP_MOUDLE {
 
@@ -149,25 +147,10 @@ std::uint32_t XcpTaskTransmit::uploadRange(const mcMemoryInfo& range, std::vecto
         writeLog(kLogError, "SET_MTA failed");
         return kResultSetMta;
     }
-    std::vector<std::uint8_t> read;
-    std::array<std::uint8_t, kUploadStep> step{};
-    while (read.size() < range.length) {
-        const auto wanted = static_cast<std::uint8_t>(std::min(kUploadStep, range.length - read.size()));
-        const std::uint8_t came = uploadBlock(step.data(), wanted, 1);
-        if (came == 0) {
-            break;  // a short step goes on, an empty one does not
-        }
-        read.insert(read.end(), step.begin(), step.begin() + came);
-        reportRangeProgress(m_callBacks.memResultFun, came, total, done);
-    }
-    if (read.empty()) {
-        return kResultUploadEmpty;
-    }
-    if (results != nullptr) {
-        const auto length = static_cast<std::uint32_t>(read.size());
-        results->push_back({range.address, length, std::move(read), {}, {}});
-    }
-    return kResultOk;
+    const auto readStep = [this](std::uint8_t* destination, std::size_t wanted) -> std::size_t {
+        return uploadBlock(destination, static_cast<std::uint8_t>(wanted), 1);
+    };
+    return uploadSteps(range, kUploadStep, readStep, results, total, done, m_callBacks.memResultFun);
 }
 
 std::uint32_t XcpTaskTransmit::uploadMemory(mcMemOperType operation, std::vector<mcMemoryData>* results) {
@@ -186,13 +169,8 @@ std::uint32_t XcpTaskTransmit::checkMemory(const std::list<mem_buf>& blocks, mcM
     if (ranges.empty()) {
         return kResultMemFileMerge;
     }
-    for (const mcMemoryInfo& range : ranges) {
-        const std::uint32_t result = checkRange(range, blocks, results);
-        if (result != kResultOk) {
-            return result;
-        }
-    }
-    return kResultOk;
+    return forEachRange(ranges,
+                        [&](const mcMemoryInfo& range) { return checkRange(range, blocks, results); });
 }
 
 /// `checksumType` of a range only switches the check on: the kind comes from the ECU with each checksum. The

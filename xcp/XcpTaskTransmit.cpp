@@ -1,12 +1,11 @@
 #include "xcp/XcpTaskTransmit.h"
 
 #include "decode/StatusText.h"
+#include "transport/MeasurementTask.h"
 #include "transport/ResultCode.h"
 #include "transport/SystemClock.h"
 
-#include <algorithm>
 #include <array>
-#include <limits>
 
 namespace XCP_MOUDLE {
 
@@ -14,18 +13,6 @@ namespace {
 
 constexpr const char* kSeedKeyEntry = "XCP_ComputeKeyFromSeed";
 constexpr std::array kResources{kResourceCalPag, kResourceDaq, kResourceStim, kResourcePgm};
-
-/// Counts as T1 in the response budget if none is configured.
-constexpr std::int64_t kDefaultTimeoutMs = 25;
-
-/// @return true if @p periodMs is set and has passed since @p last, which then becomes @p now
-bool isDue(std::uint64_t now, std::uint64_t& last, std::uint32_t periodMs) {
-    if (periodMs == 0 || now - last < std::uint64_t{periodMs} * 1000) {
-        return false;
-    }
-    last = now;
-    return true;
-}
 
 }  // namespace
 
@@ -37,8 +24,7 @@ XcpTaskTransmit::XcpTaskTransmit(const EcuProtoCfg& cfg, const CallBackFuns& cal
           })) {}
 
 std::uint32_t XcpTaskTransmit::connect() {
-    m_linkLost = false;
-    m_lastStatus = m_cfg.protoType != 0 ? kStatusSuccess : 0U;
+    resetLink();
     if (cmdConnect(0) != 0) {
         return kResultConnect;
     }
@@ -56,12 +42,8 @@ std::uint32_t XcpTaskTransmit::connect() {
 }
 
 std::uint32_t XcpTaskTransmit::unlockAll() {
-    if (m_callBacks.xcpSeedLibFun != nullptr) {
-        m_lib = m_callBacks.xcpSeedLibFun(m_cfg.seedkey_path.c_str(), kSeedKeyEntry);
-        if (!m_lib) {
-            writeLog(kLogError, "SeedKey dll load failed, seedkey_path=" + m_cfg.seedkey_path);
-            return kResultSeedKeyGenerator;
-        }
+    if (m_callBacks.xcpSeedLibFun != nullptr && !loadSeedKey(m_callBacks.xcpSeedLibFun, kSeedKeyEntry)) {
+        return kResultSeedKeyGenerator;
     }
     for (const std::uint8_t resource : kResources) {
         // Looked at afresh for each resource: one UNLOCK may drop several protections.
@@ -81,10 +63,10 @@ std::uint32_t XcpTaskTransmit::disconnect() {
 
 void XcpTaskTransmit::keepAlive() {
     const std::uint64_t now = systemMicros();
-    if (isDue(now, m_lastSynchTime, m_cfg.xcp.synchPeriodMs)) {
+    if (isPeriodOver(now, m_lastSynchTime, m_cfg.xcp.synchPeriodMs)) {
         cmdSynch();
     }
-    if (isDue(now, m_lastStatusTime, m_cfg.xcp.statusPeriodMs) && cmdGetStatus() != 0) {
+    if (isPeriodOver(now, m_lastStatusTime, m_cfg.xcp.statusPeriodMs) && cmdGetStatus() != 0) {
         writeLog(kLogWarning, "Send GetStatus failed.");
     }
 }
@@ -98,11 +80,7 @@ std::string XcpTaskTransmit::lastErrorText() {
 }
 
 std::int32_t XcpTaskTransmit::responseBudget() {
-    const std::int64_t timeoutMs = m_cfg.xcp.t1 != 0 ? m_cfg.xcp.t1 : kDefaultTimeoutMs;
-    const std::int64_t repeats = std::max(m_cfg.xcp.retryCount, 0);
-    const std::int64_t budget = m_cfg.xcp.retryDelayMs * repeats + timeoutMs * (repeats + 1);
-    return static_cast<std::int32_t>(
-        std::min<std::int64_t>(budget, std::numeric_limits<std::int32_t>::max()));
+    return responseBudgetMs(m_cfg.xcp.t1, m_cfg.xcp.retryCount, m_cfg.xcp.retryDelayMs);
 }
 
 }  // namespace XCP_MOUDLE

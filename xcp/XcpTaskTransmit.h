@@ -100,7 +100,6 @@ private:
     void takeStaticPids(std::uint16_t list);
     void dropMadeEntries();
     [[nodiscard]] bool isDynamic() const;
-    bool consumeFrame(const msgBuf& frame, std::vector<std::vector<mcMeasureVariableValue>>& delivered);
     bool readOrReport(const mcMeasureVariable& variable, std::vector<std::uint8_t>& buffer);
 
     [[nodiscard]] static bool hasPageToSelect(const mcMemoryInfo& range);
