@@ -1,7 +1,7 @@
 #include "daq/IDaq.h"
 
 #include <algorithm>
-#include <iterator>
+#include <numeric>
 #include <utility>
 
 namespace {
@@ -12,22 +12,37 @@ constexpr std::size_t kPiecesBeforeCleaning = 4096;
 
 using Pieces = std::vector<DaqOdtEntry>;
 
-bool isBefore(const DaqOdtEntry* left, const DaqOdtEntry* right) {
-    const int order = left->name.compare(right->name);
-    return order != 0 ? order < 0 : left->fragment < right->fragment;
-}
+/// Positions of pieces, by name, then by ordinal, then in the order of their arrival.
+using Order = std::vector<std::uint32_t>;
 
-/// The pieces by name, then by ordinal, then in the order of their arrival.
-std::vector<DaqOdtEntry*> sorted(Pieces& pieces) {
-    std::vector<DaqOdtEntry*> order;
-    order.reserve(pieces.size());
-    for (DaqOdtEntry& piece : pieces) {
-        order.push_back(&piece);
+/// Sorts positions of @p pieces.
+class IsBefore {
+public:
+    explicit IsBefore(const Pieces& pieces) : m_pieces(pieces) {}
+
+    bool operator()(std::uint32_t left, std::uint32_t right) const {
+        const int byName = m_pieces[left].name.compare(m_pieces[right].name);
+        if (byName != 0) {
+            return byName < 0;
+        }
+        const int byOrdinal = m_pieces[left].fragment - m_pieces[right].fragment;
+        return byOrdinal != 0 ? byOrdinal < 0 : left < right;
     }
-    if (!std::is_sorted(order.begin(), order.end(), isBefore)) {
-        std::stable_sort(order.begin(), order.end(), isBefore);
+
+private:
+    const Pieces& m_pieces;
+};
+
+/// Makes @p order that of @p pieces. Costs little if it is already, as from one cycle of a list to the next.
+void arrange(const Pieces& pieces, Order& order) {
+    const IsBefore isBefore(pieces);
+    const auto isOut = [&](std::uint32_t left, std::uint32_t right) { return !isBefore(left, right); };
+    if (order.size() == pieces.size() && std::ranges::adjacent_find(order, isOut) == order.end()) {
+        return;
     }
-    return order;
+    order.resize(pieces.size());
+    std::iota(order.begin(), order.end(), 0U);
+    std::ranges::sort(order, isBefore);
 }
 
 void join(DaqOdtEntry& merged, const DaqOdtEntry& piece) {
@@ -37,33 +52,36 @@ void join(DaqOdtEntry& merged, const DaqOdtEntry& piece) {
 }
 
 /// Joins pieces of one name into the first of them, in place.
+/// @param order  in and out: see arrange
 /// @return the merged records in name order
-std::vector<DaqOdtEntry*> joinPieces(Pieces& pieces) {
-    std::vector<DaqOdtEntry*> order = sorted(pieces);
-    std::size_t merged = 0;
-    for (DaqOdtEntry* piece : order) {
-        if (merged == 0 || order[merged - 1]->name != piece->name) {
-            order[merged++] = piece;
-        } else if (order[merged - 1]->fragment != piece->fragment) {
-            join(*order[merged - 1], *piece);
+std::vector<DaqOdtEntry*> joinPieces(Pieces& pieces, Order& order) {
+    arrange(pieces, order);
+    std::vector<DaqOdtEntry*> merged;
+    merged.reserve(pieces.size());
+    for (const std::uint32_t position : order) {
+        DaqOdtEntry& piece = pieces[position];
+        if (merged.empty() || merged.back()->name != piece.name) {
+            merged.push_back(&piece);
+        } else if (merged.back()->fragment != piece.fragment) {
+            join(*merged.back(), piece);
         }
     }
-    order.resize(merged);
-    return order;
+    return merged;
 }
 
 /// Drops every piece whose name and ordinal came before. Merging uses the first of them only.
 void dropRepeated(Pieces& pieces) {
-    std::vector<DaqOdtEntry*> order = sorted(pieces);
-    const auto isRepeated = [](const DaqOdtEntry* left, const DaqOdtEntry* right) {
-        return left->fragment == right->fragment && left->name == right->name;
+    Order order;
+    arrange(pieces, order);
+    const auto isRepeated = [&](std::uint32_t left, std::uint32_t right) {
+        return pieces[left].fragment == pieces[right].fragment && pieces[left].name == pieces[right].name;
     };
     order.erase(std::unique(order.begin(), order.end(), isRepeated), order.end());
-    std::sort(order.begin(), order.end());
+    std::ranges::sort(order);
     Pieces kept;
     kept.reserve(2 * order.size());
-    for (DaqOdtEntry* piece : order) {
-        kept.push_back(std::move(*piece));
+    for (const std::uint32_t position : order) {
+        kept.push_back(std::move(pieces[position]));
     }
     pieces = std::move(kept);
 }
@@ -74,13 +92,20 @@ IDaq::~IDaq() = default;
 
 void IDaq::assignVariables(const std::vector<mcMeasureVariable>& variables) {
     m_pollVars.clear();
+    std::map<std::uint16_t, std::size_t> counts;
     for (const mcMeasureVariable& variable : variables) {
-        if (variable.period != 0) {
-            m_pollVars.push_back(variable);
-        } else {
-            const std::uint16_t event = variable.event;
-            m_eventVars[event].push_back(variable);
+        const std::uint16_t event = variable.event;
+        counts[event] += variable.period == 0 ? 1 : 0;
+    }
+    for (const auto& [event, count] : counts) {
+        if (count != 0) {
+            std::vector<mcMeasureVariable>& waiting = m_eventVars[event];
+            waiting.reserve(waiting.size() + count);
         }
+    }
+    for (const mcMeasureVariable& variable : variables) {
+        const std::uint16_t event = variable.event;
+        (variable.period != 0 ? m_pollVars : m_eventVars[event]).push_back(variable);
     }
 }
 
@@ -90,11 +115,13 @@ void IDaq::reset() {
     m_eventVars.clear();
     m_fragments.clear();
     m_daqLists.clear();
+    m_pieceOrders.clear();
 }
 
 std::map<std::string, DaqOdtEntry> IDaq::mergeFragments(std::vector<DaqOdtEntry> pieces) const {
     std::map<std::string, DaqOdtEntry> merged;
-    for (DaqOdtEntry* record : joinPieces(pieces)) {
+    Order order;
+    for (DaqOdtEntry* record : joinPieces(pieces, order)) {
         merged.emplace_hint(merged.end(), record->name, std::move(*record));
     }
     return merged;
@@ -106,7 +133,7 @@ bool IDaq::isCycleComplete(std::uint16_t list, const std::map<std::string, DaqOd
 
 std::vector<mcMeasureVariableValue> IDaq::closeCycle(std::uint16_t list, std::uint64_t time) {
     Pieces& pieces = m_fragments[list];
-    const std::vector<DaqOdtEntry*> merged = joinPieces(pieces);
+    const std::vector<DaqOdtEntry*> merged = joinPieces(pieces, m_pieceOrders[list]);
     std::vector<mcMeasureVariableValue> values;
     if (isComplete(list, merged.size())) {
         values.reserve(merged.size());
@@ -118,12 +145,13 @@ std::vector<mcMeasureVariableValue> IDaq::closeCycle(std::uint16_t list, std::ui
     return values;
 }
 
-void IDaq::keepPieces(std::uint16_t list, std::vector<DaqOdtEntry> pieces) {
-    Pieces& kept = m_fragments[list];
-    if (kept.size() + pieces.size() > std::max(kept.capacity(), kPiecesBeforeCleaning)) {
-        dropRepeated(kept);
+std::vector<DaqOdtEntry>& IDaq::piecesFor(std::uint16_t list, const DaqOdtPlan* odt) {
+    Pieces& pieces = m_fragments[list];
+    const std::size_t count = odt == nullptr ? 0 : odt->entries.size();
+    if (pieces.size() + count > std::max(pieces.capacity(), kPiecesBeforeCleaning)) {
+        dropRepeated(pieces);
     }
-    kept.insert(kept.end(), std::make_move_iterator(pieces.begin()), std::make_move_iterator(pieces.end()));
+    return pieces;
 }
 
 DaqFramePlace IDaq::placeOfPid(std::uint8_t pid) const {

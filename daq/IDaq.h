@@ -59,8 +59,9 @@ public:
     /// @return its values in name order, each with @p time; none if the cycle is not complete
     std::vector<mcMeasureVariableValue> closeCycle(std::uint16_t list, std::uint64_t time);
 
-    /// Files @p pieces under the running cycle of @p list.
-    void keepPieces(std::uint16_t list, std::vector<DaqOdtEntry> pieces);
+    /// @return the pieces of the running cycle of @p list, to which the caller appends those of @p odt, which
+    ///         may be null
+    std::vector<DaqOdtEntry>& piecesFor(std::uint16_t list, const DaqOdtPlan* odt);
 
     /// Looks up the first list whose range of PIDs holds @p pid. Without one the frame counts as a later ODT
     /// with index 0 of list 0.
@@ -91,4 +92,8 @@ private:
 
     /// The test of isCycleComplete for a merge of @p names names.
     bool isComplete(std::uint16_t list, std::size_t names) const;
+
+    /// By list, the order in which the last cycle's pieces were joined: a guess for the next cycle, which is
+    /// checked before it is used.
+    std::map<std::uint16_t, std::vector<std::uint32_t>> m_pieceOrders;
 };

@@ -33,8 +33,8 @@ public:
     /// @param tooLarge  called with the room left; tells the size from which on a variable is skipped now
     template <typename TooLarge>
     Filled fill(std::uint8_t room, TooLarge tooLarge) {
-        DaqOdtPlan odt;
-        odt.isFirst = m_odts.empty() ? 1 : 0;
+        m_entries.clear();
+        m_size = 0;
         bool skippedRest = false;
         while (!skippedRest && room != 0 && !m_queue.atEnd()) {
             const std::uint32_t size = m_queue.front().size;
@@ -45,13 +45,13 @@ public:
                     m_queue.skip();
                 }
             } else if (const std::uint32_t piece = pieceOf(size, room); piece <= room) {
-                place(odt, piece);
+                place(piece);
                 room = static_cast<std::uint8_t>(room - piece);
             } else {
                 break;
             }
         }
-        return close(std::move(odt), skippedRest);
+        return close(skippedRest);
     }
 
     /// @return the number of ODTs made so far
@@ -62,11 +62,13 @@ public:
 
 private:
     [[nodiscard]] std::uint32_t pieceOf(std::uint32_t size, std::uint8_t room) const;
-    void place(DaqOdtPlan& odt, std::uint32_t piece);
-    Filled close(DaqOdtPlan odt, bool skippedRest);
+    void place(std::uint32_t piece);
+    Filled close(bool skippedRest);
 
     VariableQueue& m_queue;
     std::list<std::string>& m_names;
     std::uint32_t m_packMode;
     std::vector<DaqOdtPlan> m_odts;
+    std::vector<DaqOdtEntry> m_entries;  ///< of the ODT that is being filled
+    std::uint8_t m_size = 0;             ///< its payload bytes
 };

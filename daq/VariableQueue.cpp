@@ -1,6 +1,7 @@
 #include "daq/VariableQueue.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <limits>
 #include <utility>
 
@@ -61,12 +62,26 @@ void VariableQueue::putSkippedLast() {
 }
 
 void VariableQueue::compact() {
-    std::vector<mcMeasureVariable> left;
-    left.reserve(m_waiting);
-    for (std::uint32_t index = m_head; left.size() < m_waiting; index = m_next[index]) {
-        left.push_back(std::move(m_variables[index]));
+    if (m_waiting == 0) {
+        m_variables.clear();
+        return;
     }
-    m_variables = std::move(left);
+    // Round the ring the indices ascend, but for one step back to the lowest of those that were put last.
+    std::uint32_t lowest = m_head;
+    std::ptrdiff_t aheadOfStep = 0;
+    do {
+        lowest = m_next[lowest];
+        ++aheadOfStep;
+    } while (lowest > m_head);
+    std::uint32_t index = lowest;
+    for (std::uint32_t place = 0; place < m_waiting; ++place) {
+        if (index != place) {
+            m_variables[place] = std::move(m_variables[index]);
+        }
+        index = m_next[index];
+    }
+    m_variables.resize(m_waiting);
+    std::rotate(m_variables.begin(), m_variables.end() - aheadOfStep, m_variables.end());
 }
 
 void VariableQueue::countSize(std::uint32_t size) {

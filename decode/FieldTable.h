@@ -51,7 +51,7 @@ struct FieldRow {
     std::uint8_t width = 1;     ///< bytes: 1, 2 or 4
     Swap swap = Swap::Configured;
     bool mark = true;                                    ///< `mcDecodeField::mark`
-    std::uint8_t firstBit = 0;                           ///< lowest bit of the number that counts
+    std::uint8_t firstBit = 0;                           ///< of a one-byte number: lowest bit that counts
     std::uint32_t bitMask = 0xFFFFFFFFU;                 ///< cuts the number behind the shift by `firstBit`
     const TextTable* texts = nullptr;                    ///< for `Form::Choice`
     const TextTable* labels = nullptr;                   ///< if set, the number chooses the label too

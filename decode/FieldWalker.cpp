@@ -17,16 +17,30 @@ constexpr std::uint32_t byteAt(const msgBuf& msg, std::size_t position) {
     return position < msg.data.size() ? msg.data[position] : 0U;
 }
 
-/// Reads @p width bytes, the most significant one first if @p bigEndian.
-constexpr std::uint32_t readNumber(const msgBuf& msg, std::size_t position, std::size_t width,
-                                   bool bigEndian) {
-    std::uint32_t value = 0;
-    for (std::size_t i = 0; i < width; ++i) {
-        const std::size_t at = bigEndian ? i : width - 1 - i;
-        value = (value << 8U) | byteAt(msg, position + at);
-    }
-    return value;
+constexpr std::uint32_t wordAt(const msgBuf& msg, std::size_t position, bool bigEndian) {
+    const std::uint32_t first = byteAt(msg, position);
+    const std::uint32_t second = byteAt(msg, position + 1);
+    return bigEndian ? first << 8U | second : second << 8U | first;
 }
+
+constexpr std::uint32_t longAt(const msgBuf& msg, std::size_t position, bool bigEndian) {
+    const std::uint32_t first = wordAt(msg, position, bigEndian);
+    const std::uint32_t second = wordAt(msg, position + 2, bigEndian);
+    return bigEndian ? first << 16U | second : second << 16U | first;
+}
+
+/// Makes a field where it is to stand: a vector that takes this converts it in place, so no string is moved.
+template <class MakeText>
+struct NewField {
+    const FieldRow& row;
+    MakeText makeText;
+    std::uint32_t value;
+
+    operator mcDecodeField() const {
+        const std::string_view label = row.labels != nullptr ? (*row.labels)[value] : row.label;
+        return {std::string(label), makeText(), value, row.mark};
+    }
+};
 
 /// One frame on its way through rows of fields.
 class Walker {
@@ -44,16 +58,13 @@ private:
     void addRow(const FieldRow& row, std::size_t position) {
         switch (row.form) {
             case Form::Group:
-                walk(row.group, position);
-                break;
+                return walk(row.group, position);
             case Form::Bytes:
-                addBytes(row, position);
-                break;
+                return addBytes(row, position);
             case Form::FrameLength:
-                addNumber(row, m_msg.length);
-                break;
+                return add(row, m_msg.length, [this] { return decText(m_msg.length); });
             default:
-                addNumber(row, rawValue(row, position));
+                return addNumber(row, rawValue(row, position));
         }
     }
 
@@ -66,48 +77,45 @@ private:
         }
         const bool counted = row.countPosition != 0;
         const std::size_t count = counted ? byteAt(m_msg, row.countPosition) : end - position;
-        if (count == 0) {
-            return;
+        if (count != 0) {
+            const std::span<const std::uint8_t> bytes = std::span(m_msg.data).subspan(position);
+            add(row, 0, [&] { return byteText(bytes, count); });
         }
-        const std::span<const std::uint8_t> bytes = std::span(m_msg.data).subspan(position);
-        append(row.label, byteText(bytes, count), 0, row.mark);
     }
 
     void addNumber(const FieldRow& row, std::uint32_t value) {
-        const std::string_view label = row.labels != nullptr ? (*row.labels)[value] : row.label;
-        append(label, numberText(row, value), value, row.mark);
+        switch (row.form) {
+            case Form::Choice:
+                return add(row, value, [&] { return std::string((*row.texts)[value]); });
+            case Form::Hex:
+                return add(row, value, [&] { return hexText(value); });
+            case Form::HexLowByte:
+                return add(row, value, [&] { return hexText(value & 0xFFU); });
+            case Form::Status:
+                return add(row, value, [&] { return row.statusText(value); });
+            default:
+                return add(row, value, [&] { return decText(value); });
+        }
     }
 
     std::uint32_t rawValue(const FieldRow& row, std::size_t position) const {
         const bool bigEndian = m_swapBytes && row.swap == Swap::Configured;
-        std::uint32_t value = readNumber(m_msg, position, row.width, bigEndian);
+        if (row.width == 4) {
+            return longAt(m_msg, position, bigEndian);
+        }
+        if (row.width == 2) {
+            return wordAt(m_msg, position, bigEndian);
+        }
+        const std::uint32_t value = byteAt(m_msg, position);
         if (m_swapBytes && row.swap == Swap::AsWord) {
-            value <<= 8U;
+            return value << 8U;
         }
         return (value >> row.firstBit) & row.bitMask;
     }
 
-    static std::string numberText(const FieldRow& row, std::uint32_t value) {
-        switch (row.form) {
-            case Form::Hex:
-                return hexText(value);
-            case Form::HexLowByte:
-                return hexText(value & 0xFFU);
-            case Form::Choice:
-                return std::string((*row.texts)[value]);
-            case Form::Status:
-                return row.statusText(value);
-            default:
-                return decText(value);
-        }
-    }
-
-    void append(std::string_view label, std::string&& text, std::uint32_t value, bool mark) {
-        mcDecodeField& field = m_fields.emplace_back();
-        field.label = label;
-        field.text = std::move(text);
-        field.value = value;
-        field.mark = mark;
+    template <class MakeText>
+    void add(const FieldRow& row, std::uint32_t value, MakeText makeText) {
+        m_fields.emplace_back(NewField<MakeText>{row, makeText, value});
     }
 
     const msgBuf& m_msg;

@@ -15,7 +15,7 @@ constexpr std::string_view lowerDigits = "0123456789abcdef";
 }  // namespace
 
 std::string hexText(std::uint32_t value) {
-    std::array<char, 10> buffer{};
+    std::array<char, 10> buffer;
     std::size_t start = buffer.size();
     do {
         buffer[--start] = upperDigits[value & 0xFU];
@@ -27,7 +27,7 @@ std::string hexText(std::uint32_t value) {
 }
 
 std::string decText(std::uint32_t value) {
-    std::array<char, 10> buffer{};
+    std::array<char, 10> buffer;
     const std::to_chars_result result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value);
     return {buffer.data(), result.ptr};
 }

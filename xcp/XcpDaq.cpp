@@ -144,9 +144,9 @@ std::uint32_t XcpDaq::planEvent(std::uint16_t event, const std::uint16_t* fixedL
             std::move(odts.begin(), odts.end(), std::back_inserter(planned->second.odts));
             continue;
         }
-        m_daqLists[slot.list] = {
-            event,       slot.firstPid,   0,
-            slot.maxOdt, std::move(odts), static_cast<std::uint8_t>(slot.isPredefined ? 1 : 0)};
+        DaqListPlan& plan = m_daqLists[slot.list];
+        plan = {event, slot.firstPid, 0, slot.maxOdt, std::move(odts), 0};
+        plan.predefined = slot.isPredefined ? 1 : 0;
         if (!slot.isPredefined) {
             ++next;
         }

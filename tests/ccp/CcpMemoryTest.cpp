@@ -1,0 +1,234 @@
+// Pages, writing, uploading, downloading, checking and flashing.
+#include "TalvexMemory.h"
+#include "tests/ccp/CcpTestSupport.h"
+
+#include <filesystem>
+
+#include <unistd.h>
+
+using namespace ccp_test;
+
+namespace {
+
+class CcpMemory : public CcpTest {
+protected:
+    static mem_buf block(std::uint32_t address, std::size_t size) {
+        return {address, support::countingBytes(size, 0)};
+    }
+
+    /// Calls of `memResultFun` as "12:50".
+    Texts reports() const {
+        Texts texts;
+        for (const support::MemResult& result : host.memResults()) {
+            texts.push_back(std::to_string(result.command) + ":" + std::to_string(result.result));
+        }
+        return texts;
+    }
+
+    /// Writes an image file. @return its path
+    static std::string file(const std::list<mem_buf>& blocks) {
+        const auto path =
+            std::filesystem::temp_directory_path() / ("ccp" + std::to_string(getpid()) + ".hex");
+        EXPECT_TRUE(SaveToHexFile(blocks, path.string()));
+        return path.string();
+    }
+};
+
+}  // namespace
+
+TEST_F(CcpMemory, PageWithoutTheCommandIsAWarningAndNoFrame) {
+    EXPECT_EQ(task().selectWorkingPage(), 72U);
+    EXPECT_EQ(task().selectReferencePage(), 72U);
+    EXPECT_EQ(host.logTexts(3), (Texts{"SELECT_CAL_PAGE not supported", "SELECT_CAL_PAGE not supported"}));
+    EXPECT_TRUE(sent().empty());
+}
+
+TEST_F(CcpMemory, PagesAreSelectedByAddress) {
+    supports("11");
+    cfg.ccp.workingPageAddress = 0x100;
+    cfg.ccp.referencePageAddress = 0x200;
+    EXPECT_EQ(task().selectWorkingPage(), 0U);
+    EXPECT_EQ(task().selectReferencePage(), 0U);
+    EXPECT_EQ(sent(), (Texts{"02 ## 00 00 00 01 00 00", "11 ##", "02 ## 00 00 00 02 00 00", "11 ##"}));
+    refuses("11 ..");
+    EXPECT_EQ(task().selectWorkingPage(), 24U);
+    task().m_linkLost = true;
+    EXPECT_EQ(task().selectWorkingPage(), 37U);
+}
+
+TEST_F(CcpMemory, CopyMovesTheLengthOfTheSegmentOfTypesTwoAndTwoWithoutSettingMtas) {
+    supports("19");
+    EXPECT_EQ(task().copyReferenceToWorking(), 0U);
+    EXPECT_EQ(sent(), Texts{"19 ## 00 00 00 00"});
+    mcMemoryInfo moved = segment(0x8000, 0x1234);
+    moved.programType = 2;
+    moved.memoryType = 2;
+    task().m_cfg.dataSegments = {segment(0, 5), moved};
+    refuses("19 ..");
+    EXPECT_EQ(task().copyReferenceToWorking(), 0U);
+    EXPECT_EQ(sent().front(), "19 ## 34 12 00 00");
+}
+
+TEST_F(CcpMemory, CopyWithoutMoveIsAWarning) {
+    EXPECT_EQ(task().copyReferenceToWorking(), 72U);
+    EXPECT_EQ(host.logTexts(3), Texts{"CCP has no MOVE; copy reference to working page not supported"});
+}
+
+TEST_F(CcpMemory, WriteOf256BytesWritesNothingAnd257WriteOne) {
+    EXPECT_EQ(task().writeVariable(variable("v", 0x10, 4), support::countingBytes(256, 0)), 0U);
+    EXPECT_EQ(sent(), Texts{"02 ## 00 00 10 00 00 00"});
+    task().writeVariable(variable("v", 0x10, 4), support::countingBytes(257, 9));
+    EXPECT_EQ(sent(), (Texts{"02 ## 00 00 10 00 00 00", "03 ## 01 09"}));
+}
+
+TEST_F(CcpMemory, WriteNamesTheVariableIfTheAddressIsRefused) {
+    refuses("02 ..");
+    EXPECT_EQ(task().writeVariable(variable("speed", 0x10, 4), {1}), 37U);
+    EXPECT_EQ(host.logTexts(4), Texts{"error set mtaspeed"});
+}
+
+TEST_F(CcpMemory, EraseGoesOnAfterFailuresAndIsAlwaysZero) {
+    cfg.codeSegments = {segment(0x1000, 0x100), segment(0x2000, 0x200)};
+    ecu.answersInTurn("02 ..", {{"ff 22 @1"}, {"ff 22 @1"}});
+    EXPECT_EQ(task().eraseMemory(1), 0U);
+    EXPECT_EQ(host.logTexts(4), Texts{"SET_MTA failed"});
+    EXPECT_TRUE(ecu.showed("10 ?? 00 02 00 00"));
+    refuses("10 ..");
+    task().eraseMemory(1);
+    EXPECT_EQ(host.logTexts(4)[1], "CLEAR_MEMORY failed");
+}
+
+TEST_F(CcpMemory, RangesAreCodeThenData) {
+    cfg.codeSegments = {segment(1, 1)};
+    cfg.dataSegments = {segment(2, 2)};
+    for (const auto& [operation, count] :
+         std::vector<std::pair<std::uint32_t, std::size_t>>{{0, 0}, {1, 1}, {2, 1}, {4, 1}, {6, 1}, {7, 2}}) {
+        EXPECT_EQ(task().memoryRanges(operation).size(), count) << operation;
+    }
+    EXPECT_EQ(task().memoryRanges(7)[0].address, 1U);
+}
+
+TEST_F(CcpMemory, UploadOfNothingIsCode26WithoutACallback) {
+    EXPECT_EQ(task().uploadMemory(0, nullptr), 26U);
+    EXPECT_TRUE(reports().empty());
+}
+
+TEST_F(CcpMemory, UploadOfTenThousandBytesReportsThreeStepsTheRangeAndTheResult) {
+    cfg.dataSegments = {segment(0x1000, 10000)};
+    hasMemory();
+    EXPECT_EQ(task().uploadMemory(2, nullptr), 0U);
+    EXPECT_EQ(reports(), (Texts{"12:40", "12:81", "12:100", "12:100", "10:0"}));
+    EXPECT_EQ(host.memResults().back().data[0].data, support::countingBytes(10000, 0));
+}
+
+TEST_F(CcpMemory, UploadThatReadsNothingReportsItsCode) {
+    cfg.dataSegments = {segment(0x1000, 10)};
+    refuses("04 ..");
+    EXPECT_EQ(task().uploadMemory(2, nullptr), 34U);
+    EXPECT_EQ(reports(), Texts{"10:34"});
+}
+
+TEST_F(CcpMemory, DownloadOfNothingIsOtherWithItsLine) {
+    EXPECT_EQ(task().downloadMemory({}, 1), 73U);
+    EXPECT_EQ(host.logTexts(4), Texts{"SetDownEcu: empty records"});
+}
+
+TEST_F(CcpMemory, DownloadGoesInStepsOf255WithAnAddressEachAndDataAheadOfCode) {
+    cfg.codeSegments = {segment(0x9000, 5)};
+    cfg.dataSegments = {segment(0x1000, 300)};
+    EXPECT_EQ(task().downloadMemory({block(0x1000, 300), block(0x9000, 5)}, 3), 0U);
+    EXPECT_EQ(ecu.count("02 .."), 3U);
+    EXPECT_EQ(ecu.count("03 .."), 60U);
+    EXPECT_TRUE(ecu.showed("02 ?? 00 00 00 10 00 00"));
+    EXPECT_TRUE(ecu.showed("02 ?? 00 00 ff 10 00 00"));
+    EXPECT_TRUE(ecu.showed("18 ?? 05 00 01 02 03 04"));
+    EXPECT_EQ(reports(), (Texts{"13:83", "13:98", "13:100"}));
+}
+
+TEST_F(CcpMemory, DownloadEndsAtARefusedAddress) {
+    cfg.dataSegments = {segment(0x1000, 300)};
+    refuses("02 ..");
+    EXPECT_EQ(task().downloadMemory({block(0x1000, 300)}, 2), 37U);
+}
+
+TEST_F(CcpMemory, CheckOf40000BytesMakesThreeEntries) {
+    mcMemoryInfo range = segment(0x1000, 40000);
+    range.checksumType = 8;
+    cfg.dataSegments = {range};
+    ecu.answers("0e ..", {"ff 00 @1 02 34 12"});
+    std::vector<mcMemoryData> results;
+    EXPECT_EQ(task().checkMemory({block(0x1000, 40000)}, 2, &results), 0U);
+    ASSERT_EQ(results.size(), 3U);
+    EXPECT_EQ(results[2].length, 7232U);
+    EXPECT_EQ(results[2].address, 0x1000U + 2 * 16384);
+    EXPECT_EQ(results[0].data, (std::vector<std::uint8_t>{0x34, 0x12}));
+    EXPECT_EQ(results[0].expected.size(), 2U);
+    EXPECT_TRUE(results[0].actual.empty());
+}
+
+TEST_F(CcpMemory, CheckFailuresHaveTheirCodes) {
+    EXPECT_EQ(task().checkMemory({}, 2, nullptr), 28U);
+    EXPECT_EQ(task().checkMemory({block(0, 4)}, 2, nullptr), 33U);
+    mcMemoryInfo range = segment(0, 4);
+    range.checksumType = 1;
+    task().m_cfg.dataSegments = {range};
+    refuses("0e ..");
+    EXPECT_EQ(task().checkMemory({block(0, 4)}, 2, nullptr), 70U);
+    EXPECT_EQ(host.logTexts(4), Texts{"BuildChksum failed"});
+}
+
+TEST_F(CcpMemory, CheckStepWithoutAnAddressMakesNoEntry) {
+    mcMemoryInfo range = segment(0, 8);
+    range.checksumType = 1;
+    range.checksumBlockSize = 4;
+    cfg.dataSegments = {range};
+    ecu.answersInTurn("02 ..", {{"ff 22 @1"}, {"ff 22 @1"}});
+    std::vector<mcMemoryData> results;
+    EXPECT_EQ(task().checkMemory({block(0, 8)}, 2, &results), 0U);
+    ASSERT_EQ(results.size(), 1U);
+    EXPECT_EQ(results[0].address, 4U);
+}
+
+TEST_F(CcpMemory, RangeWithoutAKindIsNotChecked) {
+    cfg.dataSegments = {segment(0, 8)};
+    EXPECT_EQ(task().checkMemory({block(0, 8)}, 2, nullptr), 0U);
+    EXPECT_TRUE(sent().empty());
+}
+
+TEST_F(CcpMemory, ForcedBlocksOfFourAndEightGoAsTwoGroupsOfSixOverTheGap) {
+    cfg.dataSegments = {segment(0x1000, 0x100)};
+    const std::string path = file({block(0x1000, 4), block(0x1020, 8)});
+    EXPECT_EQ(task().forceDownload(path), 0U);
+    const Texts frames = sent();
+    EXPECT_EQ(frames, (Texts{"12 ## ff", "02 ## 00 00 00 10 00 00", "10 ## 00 01 00 00",
+                             "22 ## 00 01 02 03 00 01", "22 ## 02 03 04 05 06 07"}));
+    std::filesystem::remove(path);
+}
+
+TEST_F(CcpMemory, ForcedFileOfTwoBytesIsOneProgramFrame) {
+    cfg.dataSegments = {segment(0x1000, 0x100)};
+    const std::string path = file({block(0x1000, 2)});
+    EXPECT_EQ(task().forceDownload(path), 0U);
+    EXPECT_EQ(ecu.count("22 .."), 0U);
+    EXPECT_TRUE(ecu.showed("18 ?? 02 00 01"));
+    std::filesystem::remove(path);
+}
+
+TEST_F(CcpMemory, ForcedDownloadFailuresHaveTheirCodesAndLines) {
+    cfg.dataSegments = {segment(0x1000, 0x100)};
+    EXPECT_EQ(task().forceDownload("nowhere.hex"), 73U);
+    EXPECT_EQ(host.logTexts(4), Texts{"Download ecu parse file nowhere.hex failed"});
+    const std::string outside = file({block(0x5000, 2)});
+    EXPECT_EQ(task().forceDownload(outside), 29U);
+    std::filesystem::remove(outside);
+    refuses("10 ..");
+    EXPECT_EQ(task().forceDownload("nowhere.hex"), 1U);
+    EXPECT_EQ(host.logTexts(4).back(), "ForceWrite2Flash CLEAR_MEMORY failed");
+    task().m_linkLost = false;
+    refuses("02 ..");
+    EXPECT_EQ(task().forceDownload("nowhere.hex"), 1U);
+    EXPECT_EQ(host.logTexts(4).back(), "ForceWrite2Flash SET_MTA failed");
+    task().m_linkLost = false;
+    refuses("12 ..");
+    EXPECT_EQ(task().forceDownload("nowhere.hex"), 1U);
+}
