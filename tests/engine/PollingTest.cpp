@@ -1,0 +1,257 @@
+#include "tests/engine/EngineTest.h"
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <chrono>
+
+namespace {
+
+using engine_test::EngineTest;
+using engine_test::Journal;
+using engine_test::polls;
+using engine_test::variable;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+const char* const kLostA = "task 3 0 [ecu:a-Recive msg timeout]";
+
+class PollingThread : public EngineTest {
+protected:
+    /// Connects both ECUs and measures "b" alone, by polling each millisecond: its values show the turns.
+    void measuringBoth() {
+        m_cfgA.supportedCmds.insert(0xF4);
+        polls(m_cfgB);
+        configure();
+        connected({"a", "b"});
+        ASSERT_EQ(resultOf(5, [] { StartMeasurement({{"b", {variable()}}}); }).result, 0);
+        m_host.clear();
+    }
+
+    /// Gives "a" a keep-alive each millisecond and a time-out of @p timeoutMs.
+    void watches(std::uint16_t timeoutMs, std::int32_t retryCount = 0) {
+        m_cfgA.xcp.t1 = timeoutMs;
+        m_cfgA.xcp.retryCount = retryCount;
+        m_cfgA.xcp.statusPeriodMs = 1;
+    }
+
+    /// Waits until the polling thread has gone through all ECUs from now on, as "b" shows.
+    void wholeTurn() {
+        const std::size_t before = count("measure b 1");
+        EXPECT_TRUE(support::waitFor([&] { return count("measure b 1") >= before + 3; }));
+    }
+
+    /// Lets "a" fall silent until the polling thread has seen it, and answer again until it has seen that.
+    void passingLoss() {
+        m_a.isSilent();
+        keepAlives();
+        wholeTurn();
+        m_a.speaks();
+        keepAlives();
+        wholeTurn();
+    }
+
+    /// Waits for two more GET_STATUS for "a".
+    void keepAlives() {
+        const std::size_t before = m_a.count("fd");
+        EXPECT_TRUE(support::waitFor([&] { return m_a.count("fd") >= before + 2; }));
+    }
+};
+
+TEST_F(PollingThread, DeliversPolledValuesWithKind1) {
+    m_a.answers("f4 01 00 00 00 10 00 00", {"ff 2a"});
+    measuring();
+    ASSERT_TRUE(shows("measure a 1"));
+    const support::Measured measured = m_host.measured().at(0);
+    EXPECT_EQ(measured.ecuName, "a");
+    EXPECT_EQ(measured.kind, 1);
+    ASSERT_EQ(measured.values.size(), 1U);
+    EXPECT_EQ(measured.values.at(0).name, "v");
+    EXPECT_THAT(measured.values.at(0).data, ElementsAre(0x2A));
+    EXPECT_THAT(measured.rejected, IsEmpty());
+}
+
+TEST_F(PollingThread, GoesOnWhileTheWorkerRunsACommand) {
+    measuringBoth();
+    m_a.holdsBack();
+    MeasureVars("a", {variable()});
+    ASSERT_TRUE(support::waitFor([this] { return m_a.count("f4 ..") == 1; }));
+    const std::size_t before = count("measure b 1");
+    EXPECT_TRUE(support::waitFor([&] { return count("measure b 1") > before + 3; }));
+    EXPECT_EQ(count("task 7"), 0U);
+    m_a.releases();
+    EXPECT_TRUE(shows("task 7 0"));
+}
+
+TEST_F(PollingThread, ReportsALostLinkAndTheQueuedDisconnectRuns) {
+    watches(20);
+    measuringBoth();
+    m_a.isSilent();
+    ASSERT_TRUE(shows("task 2 0"));
+    const Journal journal = m_host.journal();
+    EXPECT_THAT(journal, Contains("log 1 Task cmd result:(0) ecu:a-Recive msg timeout;"));
+    EXPECT_THAT(journal, Contains(kLostA));
+    EXPECT_THAT(journal, Contains("log 2 Disconnect ecu(a)"));
+    EXPECT_THAT(journal, Contains("log 2 Disconnect ecu(b)"));
+    EXPECT_FALSE(isConnectEcu());
+    EXPECT_FALSE(isMeasureing());
+    EXPECT_FALSE(isEcuConnect("a"));
+    EXPECT_FALSE(isEcuConnect("b"));
+    EXPECT_EQ(m_b.count("fe"), 1U);
+}
+
+TEST_F(PollingThread, ReportsALossOnceAndThenIsGone) {
+    watches(20);
+    measuringBoth();
+    m_a.isSilent();
+    ASSERT_TRUE(shows("task 2 0"));
+    const std::size_t polled = m_b.count("f4 ..");
+    settles();
+    EXPECT_EQ(count("task 3"), 1U);
+    EXPECT_EQ(count("task 2"), 1U);
+    EXPECT_EQ(m_b.count("f4 .."), polled);
+}
+
+TEST_F(PollingThread, NamesOnlyTheLostEcusWithTheirDetails) {
+    watches(20);
+    measuringBoth();
+    m_a.isSilent();
+    ASSERT_TRUE(shows("task 3"));
+    const std::vector<support::TaskResult> results = m_host.taskResults();
+    EXPECT_EQ(results.at(0).command, 3U);
+    EXPECT_EQ(results.at(0).result, 0);
+    EXPECT_THAT(results.at(0).details, ElementsAre("ecu:a-Recive msg timeout"));
+}
+
+TEST_F(PollingThread, NamesAllEcusWhoseBudgetsHaveRunOutInOneReport) {
+    watches(20);
+    m_cfgB.xcp.t1 = 20;
+    m_cfgB.xcp.statusPeriodMs = 1;
+    EcuProtoCfg pacer = m_cfgA;
+    pacer.ecuName = "z";
+    pacer.canIdMaster = 0x300;
+    pacer.canIdSlave = 0x301;
+    pacer.xcp.statusPeriodMs = 0;
+    pacer.xcp.t1 = engine_test::kLongMs;
+    polls(pacer);
+    auto& z = *new support::ScriptedEcu(m_host, {0, 0x300, 0x301});
+    setProtoCfgs({m_cfgA, m_cfgB, pacer});
+    connected({"a", "b", "z"});
+    // The polling thread comes to "z" last in each turn and is kept there, so that it looks at "a" and "b"
+    // only when both are lost: first to start the clock, then, a good while later, to name them.
+    std::atomic<int> turns = 0;
+    std::atomic<int> allowed = 0;
+    m_host.onEvent([&](const std::string& entry) {
+        if (entry.rfind("measure z 1", 0) == 0) {
+            const int turn = ++turns;
+            support::waitFor([&] { return allowed >= turn; });
+        }
+    });
+    ASSERT_EQ(resultOf(5, [] { StartMeasurement({{"z", {variable()}}}); }).result, 0);
+    ASSERT_TRUE(support::waitFor([&] { return turns == 1; }));
+    m_a.isSilent();
+    m_b.isSilent();
+    ASSERT_TRUE(support::waitFor([this] { return count("log 3 Send GetStatus failed.") >= 6; }));
+    allowed = 1;
+    ASSERT_TRUE(support::waitFor([&] { return turns == 2; }));
+    const auto later = std::chrono::steady_clock::now() + std::chrono::milliseconds(60);
+    ASSERT_TRUE(support::waitFor([&] { return std::chrono::steady_clock::now() > later; }));
+    allowed = 1000000;
+    ASSERT_TRUE(shows("task 3"));
+    EXPECT_EQ(count("task 3 0 [ecu:a-Recive msg timeout, ecu:b-Recive msg timeout]"), 1U);
+    EXPECT_TRUE(shows("task 2 0"));
+    EXPECT_EQ(z.count("fe"), 1U);
+    m_host.onEvent({});
+}
+
+TEST_F(PollingThread, ALinkThatComesBackBeforeItsBudgetRanOutCausesNoReport) {
+    // The link looks lost after 50 ms of silence and would be reported a second later.
+    watches(50, 20);
+    measuringBoth();
+    passingLoss();
+    settles();
+    EXPECT_EQ(count("task 3"), 0U);
+    EXPECT_TRUE(isConnectEcu());
+    EXPECT_TRUE(isMeasureing());
+}
+
+TEST_F(PollingThread, ALinkThatCameBackStartsItsBudgetAnew) {
+    watches(50, 20);
+    measuringBoth();
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(1500);
+    while (std::chrono::steady_clock::now() < end) {
+        passingLoss();
+    }
+    settles();
+    EXPECT_EQ(count("task 3"), 0U);
+    EXPECT_TRUE(isConnectEcu());
+}
+
+TEST_F(PollingThread, TwoLossesAreReportedEach) {
+    watches(20);
+    for (int loss = 0; loss < 2; ++loss) {
+        m_a.speaks();
+        measuringBoth();
+        m_a.isSilent();
+        ASSERT_TRUE(shows("task 2 0"));
+        EXPECT_EQ(count(kLostA), 1U);
+        EXPECT_FALSE(isConnectEcu());
+    }
+}
+
+TEST_F(PollingThread, AFreshStartClearsAnEarlierLoss) {
+    watches(20);
+    measuringBoth();
+    m_a.isSilent();
+    ASSERT_TRUE(shows("task 2 0"));
+    m_a.speaks();
+    measuringBoth();
+    wholeTurn();
+    EXPECT_EQ(count("task 3"), 0U);
+    EXPECT_TRUE(isMeasureing());
+}
+
+TEST_F(PollingThread, ADeadLinkIsNotNoticedWithoutAMeasurement) {
+    watches(5);
+    configure();
+    connected();
+    m_a.isSilent();
+    ASSERT_TRUE(support::waitFor([this] { return count("log 3 Send GetStatus failed.") > 30; }));
+    EXPECT_EQ(count("task"), 0U);
+    EXPECT_TRUE(isConnectEcu());
+}
+
+TEST_F(PollingThread, ALostEcuRefusesToSend) {
+    watches(5);
+    configure();
+    connected();
+    m_a.isSilent();
+    ASSERT_TRUE(shows("log 4 连接已断开"));
+    const std::size_t sent = m_a.sentFrames().size();
+    EXPECT_EQ(resultOf(8, [] { CalibrationVar("a", variable(), {1}); }).result, 0);
+    EXPECT_EQ(m_a.sentFrames().size(), sent);
+    EXPECT_THAT(m_host.journal(), Contains("log 4 SET_MTA failed"));
+}
+
+TEST_F(PollingThread, ALostPolledReadIsReportedToo) {
+    m_cfgA.xcp.t1 = 20;
+    measuring();
+    ASSERT_TRUE(shows("measure a 1"));
+    m_a.isSilent();
+    ASSERT_TRUE(shows("task 2 0"));
+    EXPECT_EQ(count(kLostA), 1U);
+}
+
+TEST_F(PollingThread, AnEcuWithoutATimeOutIsLostFromItsConnectOn) {
+    m_cfgA.xcp.t1 = 0;
+    polls(m_cfgB);
+    configure();
+    connected({"b"});
+    EXPECT_EQ(resultOf(1, [] { EcuConnect({"a"}); }).result, 3);
+    ASSERT_EQ(resultOf(5, [] { StartMeasurement({{"b", {variable()}}}); }).result, 0);
+    ASSERT_TRUE(shows("task 2 0"));
+    EXPECT_EQ(count(kLostA), 1U);
+}
+
+}  // namespace
