@@ -43,7 +43,7 @@ public:
 private:
     std::vector<DaqOdtPlan> fillList(std::uint8_t budget, VariableQueue& queue,
                                      std::list<std::string>& names) const;
-    std::uint32_t planEvent(std::uint16_t event, VariableQueue& queue, std::uint32_t firstList);
+    std::uint32_t planEvent(std::uint16_t event, VariableQueue& queue, std::uint32_t list);
     DaqListPlan planList(std::uint16_t event, const CcpDaqListCfg& config, VariableQueue& queue,
                          std::list<std::string>& names) const;
 };

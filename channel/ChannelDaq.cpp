@@ -213,6 +213,6 @@ std::uint32_t xcpGetPgmProcessorInfo(std::uint32_t slave, std::uint8_t* buffer, 
 }
 
 std::uint32_t xcpGetSectorInfo(std::uint32_t slave, std::uint8_t /*mode*/, std::uint8_t /*sector*/,
-                               std::uint8_t /*unused*/, std::uint8_t* buffer, std::uint16_t size) {
+                               std::uint8_t* buffer, std::uint16_t size) {
     return exchangeFrame(slave, {buffer, size}, CommandFrame(channel::kGetSectorInfo, 3));
 }

@@ -226,8 +226,8 @@ TALVEX_API uint32_t xcpProgramPrepare(uint32_t slave, uint16_t codeSize, uint8_t
 TALVEX_API uint32_t xcpProgramFormat(uint32_t slave, uint32_t format, uint8_t* buffer, uint16_t size);
 TALVEX_API uint32_t xcpGetPgmProcessorInfo(uint32_t slave, uint8_t* buffer, uint16_t size);
 /* Asks for mode 0 and sector 0 always; the two arguments are not looked at. */
-TALVEX_API uint32_t xcpGetSectorInfo(uint32_t slave, uint8_t mode, uint8_t sector, uint8_t unused,
-                                     uint8_t* buffer, uint16_t size);
+TALVEX_API uint32_t xcpGetSectorInfo(uint32_t slave, uint8_t mode, uint8_t sector, uint8_t* buffer,
+                                     uint16_t size);
 
 TALVEX_C_END
 

@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <list>
 #include <map>
 #include <set>
 #include <string>
@@ -152,14 +153,13 @@ struct XcpCfg {
     std::int32_t retryCount = 0;                  ///< sends after a failed first; -1 without limit
     std::uint32_t retryDelayMs = 0;               ///< pause after each failed repeat, milliseconds
     std::map<std::uint16_t, XcpEventCfg> events;  ///< event channels by number; live
-    std::map<std::uint32_t, std::vector<std::uint32_t>>
-        eventCanIds;                                       ///< further receive identifiers by event
-    std::map<std::uint32_t, std::uint32_t> daqListCanIds;  ///< receive identifier by DAQ list number
-    std::uint8_t rejectZeroAddress = 0;                    ///< flag: refuse variables with address 0
-    std::uint8_t workingSegment = 0;                       ///< segment of the working page
-    std::uint8_t workingPage = 0;                          ///< page number of the working page
-    std::uint8_t referenceSegment = 0;                     ///< segment of the reference page
-    std::uint8_t referencePage = 1;                        ///< page number of the reference page
+    std::map<std::uint32_t, std::list<std::uint32_t>> eventCanIds;  ///< further receive identifiers by event
+    std::map<std::uint32_t, std::uint32_t> daqListCanIds;           ///< receive identifier by DAQ list number
+    std::uint8_t rejectZeroAddress = 0;                             ///< flag: refuse variables with address 0
+    std::uint8_t workingSegment = 0;                                ///< segment of the working page
+    std::uint8_t workingPage = 0;                                   ///< page number of the working page
+    std::uint8_t referenceSegment = 0;                              ///< segment of the reference page
+    std::uint8_t referencePage = 1;                                 ///< page number of the reference page
     std::uint16_t pollPeriodMs = 0;       ///< milliseconds; not 0 polls all variables instead of DAQ
     std::uint8_t useSlaveBlockMode = 0;   ///< flag: block mode for UPLOAD
     std::uint8_t useMasterBlockMode = 0;  ///< flag: block mode for memory downloads and programming

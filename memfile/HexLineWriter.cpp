@@ -8,15 +8,19 @@ namespace {
 
 constexpr std::size_t kLineRoom = 512;
 
-/// The two digits of each byte.
-constexpr std::array<std::array<char, 2>, 256> kDigits = [] {
+using DigitPair = std::array<char, 2>;
+
+constexpr std::array<DigitPair, 256> digitPairs() {
     constexpr std::string_view digits = "0123456789ABCDEF";
-    std::array<std::array<char, 2>, 256> pairs{};
+    std::array<DigitPair, 256> pairs{};
     for (std::size_t value = 0; value < pairs.size(); ++value) {
         pairs[value] = {digits[value / 16], digits[value % 16]};
     }
     return pairs;
-}();
+}
+
+/// The two digits of each byte.
+constexpr std::array<DigitPair, 256> kDigits = digitPairs();
 
 }  // namespace
 

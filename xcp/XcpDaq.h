@@ -60,7 +60,7 @@ private:
     std::vector<DaqOdtPlan> fillList(std::uint8_t budget, std::uint8_t odtLimit, VariableQueue& queue,
                                      std::list<std::string>& names) const;
     std::uint32_t planEvent(std::uint16_t event, const std::uint16_t* fixedList, VariableQueue& queue,
-                            std::uint32_t firstList, bool unlimited);
+                            std::uint32_t next, bool unlimited);
     ListSlot slotFor(std::uint16_t list, const std::uint16_t* fixedList) const;
     std::uint32_t mostListsOf(std::uint16_t event) const;
     void pollLeftOver(std::uint16_t event, std::vector<mcMeasureVariable>& variables);

@@ -11,15 +11,11 @@ constexpr std::uint8_t kSmallestCto = 8;  ///< a smaller MAX_CTO is not believed
 }  // namespace
 
 std::uint32_t XcpProtoTransmit::cmdConnect(std::uint8_t mode) {
-    const std::lock_guard lock(m_mutex);
-    msgBuf response;
-    if (run(CommandFrame(kConnect, 2).put8(1, mode), response) != 0) {
-        return 1;
-    }
-    m_cfg.xcp.resource = response.data[1];
-    m_cfg.xcp.commModeBasic = response.data[2];
-    takeSlaveLimits(response);
-    return 0;
+    return runAndKeep(CommandFrame(kConnect, 2).put8(1, mode), [this](const msgBuf& response) {
+        m_cfg.xcp.resource = response.data[1];
+        m_cfg.xcp.commModeBasic = response.data[2];
+        takeSlaveLimits(response);
+    });
 }
 
 /// Merges the limits of a CONNECT response. Byte order does not touch MAX_DTO: it is read little endian
@@ -42,17 +38,12 @@ std::uint32_t XcpProtoTransmit::cmdDisconnect() {
 }
 
 std::uint32_t XcpProtoTransmit::cmdGetStatus() {
-    const std::lock_guard lock(m_mutex);
-    msgBuf response;
-    CommandFrame command(kGetStatus, 1);
-    if (run(command, response) != 0) {
-        return 1;
-    }
-    m_cfg.xcp.sessionStatus = response.data[1];
-    m_cfg.xcp.protectionStatus = response.data[2];
-    m_cfg.xcp.stateNumber = response.data[3];
-    m_cfg.xcp.sessionConfigId = fieldU16(response, 4);
-    return 0;
+    return runAndKeep(CommandFrame(kGetStatus, 1), [this](const msgBuf& response) {
+        m_cfg.xcp.sessionStatus = response.data[1];
+        m_cfg.xcp.protectionStatus = response.data[2];
+        m_cfg.xcp.stateNumber = response.data[3];
+        m_cfg.xcp.sessionConfigId = fieldU16(response, 4);
+    });
 }
 
 std::uint32_t XcpProtoTransmit::cmdSynch() {
@@ -60,18 +51,13 @@ std::uint32_t XcpProtoTransmit::cmdSynch() {
 }
 
 std::uint32_t XcpProtoTransmit::cmdGetCommModeInfo() {
-    const std::lock_guard lock(m_mutex);
-    msgBuf response;
-    CommandFrame command(kGetCommModeInfo, 1);
-    if (run(command, response) != 0) {
-        return 1;
-    }
-    m_cfg.xcp.commModeOptional = response.data[2];
-    m_cfg.xcp.maxBs = response.data[4];
-    m_cfg.xcp.minSt = response.data[5];
-    m_cfg.xcp.queueSize = response.data[6];
-    m_cfg.xcp.driverVersion = response.data[7];
-    return 0;
+    return runAndKeep(CommandFrame(kGetCommModeInfo, 1), [this](const msgBuf& response) {
+        m_cfg.xcp.commModeOptional = response.data[2];
+        m_cfg.xcp.maxBs = response.data[4];
+        m_cfg.xcp.minSt = response.data[5];
+        m_cfg.xcp.queueSize = response.data[6];
+        m_cfg.xcp.driverVersion = response.data[7];
+    });
 }
 
 std::uint32_t XcpProtoTransmit::cmdSetMta(std::uint32_t address, std::uint8_t extension) {
@@ -132,14 +118,9 @@ std::uint32_t XcpProtoTransmit::cmdSetDaqListMode(std::uint8_t mode, std::uint16
 }
 
 std::uint32_t XcpProtoTransmit::cmdStartStopDaqList(std::uint8_t mode, std::uint16_t list) {
-    const std::lock_guard lock(m_mutex);
-    msgBuf response;
-    if (run(CommandFrame(kStartStopDaqList, 4).put8(1, mode).put16(2, list, m_byteOrder != 0), response) !=
-        0) {
-        return 1;
-    }
-    m_cfg.xcp.daqListInfo[list].firstPid = response.data[1];
-    return 0;
+    return runAndKeep(
+        CommandFrame(kStartStopDaqList, 4).put8(1, mode).put16(2, list, m_byteOrder != 0),
+        [=, this](const msgBuf& response) { m_cfg.xcp.daqListInfo[list].firstPid = response.data[1]; });
 }
 
 /// The planner is configured ahead of the frame, so that the first PIDs just learned reach the plan before
@@ -151,61 +132,41 @@ std::uint32_t XcpProtoTransmit::cmdStartStopSynch(std::uint8_t mode) {
 }
 
 std::uint32_t XcpProtoTransmit::cmdGetDaqClock() {
-    const std::lock_guard lock(m_mutex);
-    msgBuf response;
-    CommandFrame command(kGetDaqClock, 1);
-    if (run(command, response) != 0) {
-        return 1;
-    }
-    m_cfg.xcp.clockTriggerInfo = response.data[2];
-    m_cfg.xcp.clockPayloadFormat = response.data[3];
-    m_cfg.xcp.clockTimestamp = fieldU32(response, 4, m_byteOrder != 0);
-    return 0;
+    return runAndKeep(CommandFrame(kGetDaqClock, 1), [this](const msgBuf& response) {
+        m_cfg.xcp.clockTriggerInfo = response.data[2];
+        m_cfg.xcp.clockPayloadFormat = response.data[3];
+        m_cfg.xcp.clockTimestamp = fieldU32(response, 4, m_byteOrder != 0);
+    });
 }
 
 /// MIN_DAQ is one byte on the wire and a word in the configuration, and the word is swapped with the others:
 /// a big-endian ECU so leaves MIN_DAQ times 256. Static set-ups count their CLEAR_DAQ_LIST with this value.
 std::uint32_t XcpProtoTransmit::cmdGetDaqProcessorInfo() {
-    const std::lock_guard lock(m_mutex);
-    msgBuf response;
-    CommandFrame command(kGetDaqProcessorInfo, 1);
-    if (run(command, response) != 0) {
-        return 1;
-    }
-    const bool swap = m_byteOrder != 0;
-    const std::uint16_t minDaq = response.data[6];
-    m_cfg.xcp.daqProperties = response.data[1];
-    m_cfg.xcp.maxDaq = fieldU16(response, 2, swap);
-    m_cfg.xcp.maxEventChannel = fieldU16(response, 4, swap);
-    m_cfg.xcp.minDaq = swap ? swapped16(minDaq) : minDaq;
-    m_cfg.xcp.daqKeyByte = response.data[7];
-    return 0;
+    return runAndKeep(CommandFrame(kGetDaqProcessorInfo, 1), [this](const msgBuf& response) {
+        const bool swap = m_byteOrder != 0;
+        const std::uint16_t minDaq = response.data[6];
+        m_cfg.xcp.daqProperties = response.data[1];
+        m_cfg.xcp.maxDaq = fieldU16(response, 2, swap);
+        m_cfg.xcp.maxEventChannel = fieldU16(response, 4, swap);
+        m_cfg.xcp.minDaq = swap ? swapped16(minDaq) : minDaq;
+        m_cfg.xcp.daqKeyByte = response.data[7];
+    });
 }
 
 std::uint32_t XcpProtoTransmit::cmdGetDaqResolutionInfo() {
-    const std::lock_guard lock(m_mutex);
-    msgBuf response;
-    CommandFrame command(kGetDaqResolutionInfo, 1);
-    if (run(command, response) != 0) {
-        return 1;
-    }
-    m_cfg.xcp.granularityOdtEntryDaq = response.data[1];
-    m_cfg.xcp.maxOdtEntrySizeDaq = response.data[2];
-    m_cfg.xcp.granularityOdtEntryStim = response.data[3];
-    m_cfg.xcp.maxOdtEntrySizeStim = response.data[4];
-    m_cfg.xcp.timestampMode = response.data[5];
-    m_cfg.xcp.timestampTicks = fieldU16(response, 6);
-    return 0;
+    return runAndKeep(CommandFrame(kGetDaqResolutionInfo, 1), [this](const msgBuf& response) {
+        m_cfg.xcp.granularityOdtEntryDaq = response.data[1];
+        m_cfg.xcp.maxOdtEntrySizeDaq = response.data[2];
+        m_cfg.xcp.granularityOdtEntryStim = response.data[3];
+        m_cfg.xcp.maxOdtEntrySizeStim = response.data[4];
+        m_cfg.xcp.timestampMode = response.data[5];
+        m_cfg.xcp.timestampTicks = fieldU16(response, 6);
+    });
 }
 
 std::uint32_t XcpProtoTransmit::cmdGetDaqEventInfo(std::uint8_t event) {
-    const std::lock_guard lock(m_mutex);
-    msgBuf response;
-    if (run(CommandFrame(kGetDaqEventInfo, 4).put16(2, event, m_byteOrder != 0), response) != 0) {
-        return 1;
-    }
-    takeEventInfo(event, response);
-    return 0;
+    return runAndKeep(CommandFrame(kGetDaqEventInfo, 4).put16(2, event, m_byteOrder != 0),
+                      [=, this](const msgBuf& response) { takeEventInfo(event, response); });
 }
 
 /// The response leaves the ECU's MTA at the event's name, so the name is read without a SET_MTA.
@@ -239,18 +200,13 @@ std::uint32_t XcpProtoTransmit::cmdAllocOdtEntry(std::uint16_t list, std::uint8_
 }
 
 std::uint32_t XcpProtoTransmit::cmdProgramStart() {
-    const std::lock_guard lock(m_mutex);
-    msgBuf response;
-    CommandFrame command(kProgramStart, 1);
-    if (run(command, response) != 0) {
-        return 1;
-    }
-    m_cfg.xcp.commModePgm = response.data[2];
-    m_cfg.xcp.maxCtoPgm = response.data[3];
-    m_cfg.xcp.maxBsPgm = response.data[4];
-    m_cfg.xcp.minStPgm = response.data[5];
-    m_cfg.xcp.queueSizePgm = response.data[6];
-    return 0;
+    return runAndKeep(CommandFrame(kProgramStart, 1), [this](const msgBuf& response) {
+        m_cfg.xcp.commModePgm = response.data[2];
+        m_cfg.xcp.maxCtoPgm = response.data[3];
+        m_cfg.xcp.maxBsPgm = response.data[4];
+        m_cfg.xcp.minStPgm = response.data[5];
+        m_cfg.xcp.queueSizePgm = response.data[6];
+    });
 }
 
 std::uint32_t XcpProtoTransmit::cmdProgramClear(std::uint8_t mode, std::uint32_t size) {

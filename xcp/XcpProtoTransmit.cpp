@@ -149,4 +149,15 @@ std::uint32_t XcpProtoTransmit::run(CommandFrame& command) {
     return run(command, response);
 }
 
+std::uint32_t XcpProtoTransmit::runAndKeep(CommandFrame command,
+                                           const std::function<void(const msgBuf&)>& keep) {
+    const std::lock_guard lock(m_mutex);
+    msgBuf response;
+    if (run(command, response) != 0) {
+        return 1;
+    }
+    keep(response);
+    return 0;
+}
+
 }  // namespace XCP_MOUDLE

@@ -10,6 +10,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 
 namespace XCP_MOUDLE {
 
@@ -149,6 +150,9 @@ protected:
     std::uint32_t run(CommandFrame& command, msgBuf& response);
     std::uint32_t run(CommandFrame& command);
     std::uint32_t run(CommandFrame&& command) { return run(command); }
+
+    /// Runs one command and, if it succeeded, has @p keep store what its response says, all under m_mutex.
+    std::uint32_t runAndKeep(CommandFrame command, const std::function<void(const msgBuf&)>& keep);
 
 private:
     struct BlockForm;

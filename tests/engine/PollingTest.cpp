@@ -113,6 +113,30 @@ TEST_F(PollingThread, ReportsALossOnceAndThenIsGone) {
     EXPECT_EQ(m_b.count("f4 .."), polled);
 }
 
+TEST_F(PollingThread, EndsBehindItsReportWithoutWaitingForTheDisconnect) {
+    watches(20);
+    measuringBoth();
+    const std::size_t threads = engine_test::threadCount();
+    if (threads == 0) {
+        GTEST_SKIP() << "threads cannot be counted here";
+    }
+    std::atomic<bool> released = false;
+    m_host.onEvent([&](const std::string& entry) {
+        if (entry == "log 3 Send GetStatus failed.") {
+            support::waitFor([&] { return released.load(); });
+        }
+    });
+    m_a.isSilent();
+    ASSERT_TRUE(shows("task 3"));
+    EXPECT_TRUE(support::waitFor([&] { return engine_test::threadCount() == threads - 1; }));
+    EXPECT_EQ(count("task 2"), 0U);
+    EXPECT_TRUE(isConnectEcu());
+    EXPECT_TRUE(isMeasureing());
+    released = true;
+    EXPECT_TRUE(shows("task 2 0"));
+    m_host.onEvent({});
+}
+
 TEST_F(PollingThread, NamesOnlyTheLostEcusWithTheirDetails) {
     watches(20);
     measuringBoth();

@@ -184,16 +184,17 @@ TEST(RecordDefaults, NewCcpEventsAndListsAreZero) {
     EXPECT_TRUE(list.events.empty());
 }
 
+/// Numbers of a variable are packed, so that a matcher gets a copy and no reference.
 TEST(RecordDefaults, ANewVariableHasTypeWholeByteAndNothingElse) {
     const mcMeasureVariable variable;
     EXPECT_EQ(variable.name, "");
     EXPECT_EQ(variable.type, 255);
-    EXPECT_EQ(variable.size, 0U);
+    EXPECT_EQ(std::uint32_t{variable.size}, 0U);
     EXPECT_EQ(variable.addressExtension, 0);
-    EXPECT_EQ(variable.address, 0U);
-    EXPECT_EQ(variable.event, 0);
+    EXPECT_EQ(std::uint32_t{variable.address}, 0U);
+    EXPECT_EQ(std::uint16_t{variable.event}, 0);
     EXPECT_EQ(variable.fragment, 0);
-    EXPECT_EQ(variable.period, 0);
+    EXPECT_EQ(std::uint16_t{variable.period}, 0);
     EXPECT_EQ(variable.hostValue.size(), 8U);
     EXPECT_TRUE(std::all_of(variable.hostValue.begin(), variable.hostValue.end(),
                             [](auto byte) { return byte == 0; }));
@@ -269,7 +270,7 @@ TEST(RecordDefaults, ANewCommandIsNoCommand) {
     EXPECT_TRUE(cmd.variables.empty());
     EXPECT_FALSE(cmd.page);
     EXPECT_EQ(cmd.variable.type, 255);
-    EXPECT_EQ(cmd.variable.size, 0U);
+    EXPECT_EQ(std::uint32_t{cmd.variable.size}, 0U);
     EXPECT_TRUE(cmd.bytes.empty());
     EXPECT_TRUE(cmd.blocks.empty());
 }

@@ -208,8 +208,9 @@ TEST_F(XcpStart, RefusedWriteIsPolledUnderItsNameAndTheOthersGoOn) {
     ASSERT_EQ(task().m_pollScheduler->m_groups.count(20), 1U);
     const mcMeasureVariable& polled = task().m_pollScheduler->m_groups[20].variables.front();
     EXPECT_EQ(polled.name, "b");
-    EXPECT_EQ(polled.address, 0x2000U);
-    EXPECT_EQ(polled.size, 2U);
+    const AddressBlock block(polled);  // the variable's own fields are packed: no reference to them
+    EXPECT_EQ(block.address, 0x2000U);
+    EXPECT_EQ(block.size, 2U);
 }
 
 TEST_F(XcpStart, RefusedWriteOfAFastEventIsPolledEachSecond) {

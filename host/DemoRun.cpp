@@ -1,0 +1,295 @@
+#include "host/DemoRun.h"
+
+#include "host/EcuSetup.h"
+#include "host/Interrupt.h"
+#include "host/SeedKeyLoader.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <bit>
+#include <iterator>
+#include <map>
+
+namespace host {
+namespace {
+
+using std::chrono::milliseconds;
+
+/// No command of the demo takes longer, however busy the machine is.
+constexpr milliseconds kPatience{30'000};
+
+/// How far a busy machine may put off the report of a loss, beyond what the configured times add up to.
+constexpr milliseconds kStall{5'000};
+
+constexpr std::uint8_t kFlagExtended = 0x01;
+constexpr std::uint8_t kFlagFd = 0x02;
+constexpr std::uint8_t kFlagRateSwitch = 0x04;
+
+sim::Frame simulatedFrame(const OutgoingFrame& frame) {
+    sim::Frame copy;
+    copy.id = frame.id;
+    copy.extended = (frame.flags & kFlagExtended) != 0;
+    copy.fd = (frame.flags & kFlagFd) != 0;
+    copy.brs = (frame.flags & kFlagRateSwitch) != 0;
+    copy.length = std::min<std::uint8_t>(frame.length, sim::kMaxPayload);
+    std::copy_n(frame.data, copy.length, copy.data.begin());
+    return copy;
+}
+
+std::vector<std::string> ecuNames(const Config& config) {
+    std::vector<std::string> names;
+    std::transform(config.ecus.begin(), config.ecus.end(), std::back_inserter(names),
+                   [](const EcuRecord& ecu) { return ecu.name; });
+    return names;
+}
+
+double seconds(std::chrono::steady_clock::duration time) {
+    return std::chrono::duration<double>(time).count();
+}
+
+}  // namespace
+
+DemoRun::DemoRun(const Config& config, Output& output)
+    : m_config(config), m_output(output), m_events(config.ecus.size()), m_session(handlers()) {
+    makeStations();
+}
+
+void DemoRun::makeStations() {
+    for (std::size_t i = 0; i < m_config.buses.size(); ++i) {
+        const std::uint8_t channel = m_config.buses[i].channel;
+        m_buses.push_back(std::make_unique<SimulatedBus>(
+            m_config, i, [channel](const sim::Frame& frame, std::uint64_t timeUs) {
+                recvCanMsg(0, timeUs, channel, frame.id, frame.length, frame.data.data());
+            }));
+    }
+    for (std::size_t i = 0; i < m_config.ecus.size(); ++i) {
+        EcuProbe probe;
+        probe.eventIndex = [this, i](std::uint16_t event) { return ecu(i).eventIndex(event); };
+        probe.memory = [this, i](std::uint32_t address, std::uint32_t size) {
+            return ecu(i).read(address, 0, size);
+        };
+        m_monitors.push_back(std::make_unique<EcuMonitor>(m_config.ecus[i], std::move(probe)));
+    }
+}
+
+SessionHandlers DemoRun::handlers() {
+    SessionHandlers handlers;
+    handlers.send = [this](const OutgoingFrame& frame) { send(frame); };
+    handlers.values = [this](const ValueDelivery& delivery) {
+        for (std::size_t i = 0; i < m_config.ecus.size(); ++i) {
+            if (m_config.ecus[i].name == delivery.ecuName) {
+                m_monitors[i]->take(delivery);
+            }
+        }
+    };
+    handlers.loadSeedKey = loadSeedKey;
+    return handlers;
+}
+
+void DemoRun::send(const OutgoingFrame& frame) {
+    for (std::size_t i = 0; i < m_config.buses.size(); ++i) {
+        if (m_config.buses[i].channel == frame.channel) {
+            m_buses[i]->send(simulatedFrame(frame));
+        }
+    }
+}
+
+SimulatedBus& DemoRun::busOf(std::size_t ecu) {
+    return *m_buses[m_config.ecus[ecu].bus];
+}
+
+std::vector<std::uint64_t> DemoRun::eventIndices(std::size_t index) {
+    std::vector<std::uint64_t> indices;
+    for (std::size_t event = 0; event < m_config.ecus[index].events.size(); ++event) {
+        indices.push_back(ecu(index).eventIndex(static_cast<std::uint16_t>(event)));
+    }
+    return indices;
+}
+
+std::vector<sim::BusCounters> DemoRun::busCounters() const {
+    std::vector<sim::BusCounters> counters;
+    for (const auto& bus : m_buses) {
+        counters.push_back(bus->counters());
+    }
+    return counters;
+}
+
+bool DemoRun::givenUp() const {
+    return interrupted() || m_output.broken();
+}
+
+std::optional<TaskResult> DemoRun::await(std::uint32_t command, const std::string& what) {
+    std::optional<TaskResult> result = m_session.waitResult(command, kPatience, [this] { return givenUp(); });
+    if (!result) {
+        if (!givenUp()) {
+            m_verdict.require(false, fmt::format("{}: taskResultFun({}) did not come", what, command));
+        }
+        return result;
+    }
+    m_verdict.require(result->code == 0,
+                      fmt::format("{}: result {}, {}", what, result->code, getErrorString(result->code)));
+    return result;
+}
+
+ExitCode DemoRun::run() {
+    printHead();
+    const bool whole =
+        connect() && readOnce() && startMeasurement() && measure() && loseOne() && disconnectAfterLoss();
+    closeConnection();
+    if (whole) {
+        checkAll();
+    }
+    printTable();
+    printLoads();
+    return printVerdict();
+}
+
+bool DemoRun::connect() {
+    setProtoCfgs(protoCfgs(m_config));
+    EcuConnect(ecuNames(m_config));
+    const std::optional<TaskResult> result = await(command::kConnect, "connect");
+    if (!result || result->code != 0) {
+        return false;
+    }
+    m_verdict.require(isConnectEcu(), "connect: isConnectEcu is false");
+    say("connect", fmt::format("{} answered", fmt::join(ecuNames(m_config), " and ")));
+    for (std::size_t i = 0; i < m_config.ecus.size(); ++i) {
+        const std::vector<LockRecord>& locks = m_config.ecus[i].security.locks;
+        std::vector<std::string> opened;
+        opened.reserve(locks.size());
+        for (const LockRecord& lock : locks) {
+            opened.push_back(
+                fmt::format("{} (seed of {} bytes)", resourceName(lock.resource), lock.seedLength));
+        }
+        m_verdict.require(ecu(i).protection() == 0 && ecu(i).counters().unlocks == locks.size(),
+                          fmt::format("{}: not all its resources are unlocked", m_config.ecus[i].name));
+        say("unlock",
+            fmt::format("{}: {}", m_config.ecus[i].name,
+                        opened.empty() ? "nothing is locked" : fmt::format("{}", fmt::join(opened, ", "))));
+    }
+    return true;
+}
+
+bool DemoRun::readOnce() {
+    for (std::size_t i = 0; i < m_config.ecus.size(); ++i) {
+        const EcuRecord& record = m_config.ecus[i];
+        std::vector<mcMeasureVariable> variables;
+        std::uint64_t expected = 0;
+        for (const VariableRecord& variable : readOnceVariables(record)) {
+            variables.push_back(measureVariable(variable));
+            expected += record.rejects(variable) ? 0U : 1U;
+        }
+        MeasureVars(record.name, variables);
+        if (!await(command::kMeasureVariables, "read of " + record.name)) {
+            return false;
+        }
+        const EcuReport report = m_monitors[i]->report();
+        checkReadOnce(m_verdict, record, report, expected);
+        say("read", fmt::format("{}: {} memory values{}", record.name, report.readValues,
+                                report.rejected.empty() ? ""
+                                                        : fmt::format(", rejected by the library: {}",
+                                                                      fmt::join(report.rejected, ", "))));
+    }
+    return true;
+}
+
+bool DemoRun::startMeasurement() {
+    std::map<std::string, std::vector<mcMeasureVariable>> variables;
+    for (const EcuRecord& ecu : m_config.ecus) {
+        variables[ecu.name] = measureVariables(ecu);
+    }
+    StartMeasurement(variables);
+    if (!await(command::kMeasurementBegins, "begin of the measurement")) {
+        return false;
+    }
+    const std::optional<TaskResult> result = await(command::kStartMeasurement, "start of the measurement");
+    if (!result || result->code != 0) {
+        return false;
+    }
+    m_countersBefore = busCounters();
+    for (std::size_t i = 0; i < m_config.ecus.size(); ++i) {
+        m_events[i].begin = eventIndices(i);
+        sayPlan(i);
+    }
+    return m_verdict.require(isMeasureing(), "start of the measurement: isMeasureing is false");
+}
+
+bool DemoRun::measure() {
+    const auto length = static_cast<sim::Time>(m_config.demo.seconds * 1e9);
+    for (std::size_t i = 0; i < m_buses.size(); ++i) {
+        // Bus time stands still while the machine is too busy to keep up, so that all runs measure the same.
+        while (!m_buses[i]->waitUntil(m_countersBefore[i].now + length, milliseconds(50))) {
+            if (givenUp() || lostEarly()) {
+                return false;
+            }
+        }
+    }
+    m_countersAfter = busCounters();
+    say("measure", fmt::format("{:.1f} s of bus time", m_config.demo.seconds));
+    return !givenUp() && !lostEarly();
+}
+
+bool DemoRun::lostEarly() {
+    const auto result = m_session.waitResult(command::kLinkLost, milliseconds(0), [] { return false; });
+    if (result) {
+        m_verdict.require(false, fmt::format("measure: a link was lost that nobody silenced: {}",
+                                             fmt::join(result->details, ", ")));
+    }
+    return result.has_value();
+}
+
+bool DemoRun::loseOne() {
+    const std::size_t lost = m_config.demo.silenced;
+    const EcuRecord& record = m_config.ecus[lost];
+    for (std::size_t i = 0; i < m_config.ecus.size(); ++i) {
+        m_events[i].end = eventIndices(i);
+    }
+    busOf(lost).silence(lost);
+    const auto silencedAt = std::chrono::steady_clock::now();
+    say("silence", fmt::format("{} sends nothing any more", record.name));
+    const std::optional<TaskResult> result = await(command::kLinkLost, "loss of " + record.name);
+    if (!result) {
+        return false;
+    }
+    const std::string mark = "ecu:" + record.name + "-";
+    const bool named = result->details.size() == 1 && result->details.front().rfind(mark, 0) == 0;
+    m_verdict.require(named, fmt::format("loss of {}: the report says \"{}\"", record.name,
+                                         fmt::join(result->details, "\", \"")));
+    const std::uint32_t expectedMs = record.timeouts.statusPeriodMs + 2 * record.timeouts.budgetMs();
+    const double elapsed = seconds(result->when - silencedAt);
+    m_verdict.require(elapsed <= expectedMs / 1000.0 + seconds(kStall),
+                      fmt::format("loss of {}: reported after {:.2f} s only", record.name, elapsed));
+    say("loss", fmt::format("reported after {:.2f} s, expected within {:.2f} s: {}", elapsed,
+                            expectedMs / 1000.0, fmt::join(result->details, ", ")));
+    return true;
+}
+
+bool DemoRun::disconnectAfterLoss() {
+    if (!await(command::kDisconnect, "disconnect after the loss")) {
+        return false;
+    }
+    m_verdict.require(!isConnectEcu(), "disconnect: isConnectEcu is still true");
+    m_verdict.require(!isMeasureing(), "disconnect: isMeasureing is still true");
+    for (std::size_t i = 0; i < m_config.ecus.size(); ++i) {
+        m_verdict.require(i == m_config.demo.silenced || !ecu(i).connected(),
+                          fmt::format("{}: was not disconnected", m_config.ecus[i].name));
+    }
+    say("disconnect", "the library disconnected all by itself");
+    return true;
+}
+
+void DemoRun::closeConnection() {
+    if (!isConnectEcu()) {
+        return;
+    }
+    EcuDisconnect();
+    // Also when the run was given up: the wait is for what has been asked for just now.
+    const bool closed =
+        m_session.waitResult(command::kDisconnect, kPatience, [] { return false; }).has_value();
+    m_verdict.require(closed, "disconnect: taskResultFun(2) did not come");
+    say("disconnect", closed ? "all ECUs" : "failed");
+}
+
+}  // namespace host

@@ -1,0 +1,79 @@
+/// @file
+/// One run of the demo: simulated ECUs connected, unlocked, measured, one lost, all disconnected.
+#pragma once
+
+#include "host/ConfigRecords.h"
+#include "host/DemoChecks.h"
+#include "host/EcuMonitor.h"
+#include "host/ExitCode.h"
+#include "host/Output.h"
+#include "host/Session.h"
+#include "host/SimulatedBus.h"
+#include "host/Verdict.h"
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace host {
+
+/// Runs once. Prints each step, a table of what was measured, the load of the buses and a verdict.
+class DemoRun {
+public:
+    /// Powers on the ECUs. @param config, output  must outlive the object
+    /// @throws ConfigError if an ECU cannot be simulated as it is described
+    DemoRun(const Config& config, Output& output);
+
+    /// @return done only if every check of the verdict held
+    [[nodiscard]] ExitCode run();
+
+private:
+    // The steps, in their order. Each returns false if there is no point in going on.
+    [[nodiscard]] bool connect();
+    [[nodiscard]] bool readOnce();
+    [[nodiscard]] bool startMeasurement();
+    [[nodiscard]] bool measure();
+    [[nodiscard]] bool loseOne();
+    [[nodiscard]] bool disconnectAfterLoss();
+
+    /// Whether an ECU was declared lost before its time; that goes into the verdict.
+    [[nodiscard]] bool lostEarly();
+
+    /// Closes what is still open when a step ended the run.
+    void closeConnection();
+
+    [[nodiscard]] SessionHandlers handlers();
+    void makeStations();
+    void send(const OutgoingFrame& frame);
+    [[nodiscard]] SimulatedBus& busOf(std::size_t ecu);
+    [[nodiscard]] sim::XcpEcu& ecu(std::size_t index) { return busOf(index).ecu(index); }
+    [[nodiscard]] std::vector<std::uint64_t> eventIndices(std::size_t index);
+    [[nodiscard]] std::vector<sim::BusCounters> busCounters() const;
+
+    /// Waits for the result of a command; a missing one, or another code than 0, goes into the verdict.
+    [[nodiscard]] std::optional<TaskResult> await(std::uint32_t command, const std::string& what);
+    [[nodiscard]] bool givenUp() const;
+
+    void say(const std::string& step, const std::string& text);
+    void sayPlan(std::size_t ecu);
+    void checkAll();
+    void printHead();
+    void printTable();
+    void printLoads();
+    [[nodiscard]] ExitCode printVerdict();
+
+    const Config& m_config;
+    Output& m_output;
+    const std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
+    Verdict m_verdict;
+    std::vector<MeasuredEvents> m_events;  ///< by ECU
+    std::vector<sim::BusCounters> m_countersBefore;
+    std::vector<sim::BusCounters> m_countersAfter;
+    std::vector<std::unique_ptr<SimulatedBus>> m_buses;   ///< by index; fixed after construction
+    std::vector<std::unique_ptr<EcuMonitor>> m_monitors;  ///< by ECU; fixed after construction
+    Session m_session;  ///< last: its end stops the callbacks, which use the rest
+};
+
+}  // namespace host

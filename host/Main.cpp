@@ -1,0 +1,55 @@
+// talvex: the command line.
+#include "host/ConfigRecords.h"
+#include "host/DemoCommand.h"
+#include "host/ExitCode.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+#include <exception>
+#include <functional>
+
+namespace {
+
+using host::ExitCode;
+
+/// Adds `demo` to @p app; it leaves what it is to run in @p chosen.
+void addDemo(CLI::App& app, host::DemoOptions& options, std::function<ExitCode()>& chosen) {
+    CLI::App* demo = app.add_subcommand("demo", "Connects, measures and loses simulated ECUs");
+    demo->add_option("config,-c,--config", options.config, "Configuration of buses, ECUs and variables")
+        ->capture_default_str();
+    demo->add_option("--seconds", options.seconds, "Measuring time in seconds of bus time")
+        ->check(CLI::Range(host::kLeastSeconds, host::kMostSeconds));
+    demo->add_flag("--no-color,--no-colour", options.noColour, "No colours on a terminal");
+    demo->callback([&] { chosen = [&options] { return host::runDemo(options); }; });
+}
+
+ExitCode run(int argc, char** argv) {
+    CLI::App app("talvex: measures and calibrates ECUs over CCP and XCP on CAN");
+    app.require_subcommand(0, 1);
+    app.fallthrough(false);
+    host::DemoOptions demoOptions;
+    std::function<ExitCode()> chosen;
+    addDemo(app, demoOptions, chosen);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? ExitCode::done : ExitCode::usage;
+    }
+    if (!chosen) {
+        std::fputs(app.help().c_str(), stdout);
+        return ExitCode::done;
+    }
+    return chosen();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return static_cast<int>(run(argc, argv));
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "talvex: %s\n", error.what());
+        return static_cast<int>(ExitCode::failed);
+    }
+}

@@ -1,0 +1,34 @@
+/// @file
+/// Lines for a person, with colours where they make sense.
+#pragma once
+
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+namespace host {
+
+enum class Colour { none, good, bad, dim, bold };
+
+/// Writes to a stream that may be a file, a pipe that closes, or a terminal. One thread at a time.
+class Output {
+public:
+    /// @param colours  false never uses colours; true does on a terminal unless NO_COLOR is set
+    Output(std::FILE* stream, bool colours);
+
+    /// Writes a line and flushes it. What cannot be written is dropped.
+    void line(std::string_view text);
+
+    /// @p text in @p colour, or as it is.
+    [[nodiscard]] std::string paint(Colour colour, std::string_view text) const;
+
+    /// A line could not be written: there is nobody left to read.
+    [[nodiscard]] bool broken() const { return m_broken; }
+
+private:
+    std::FILE* m_stream;
+    bool m_colours;
+    bool m_broken = false;
+};
+
+}  // namespace host

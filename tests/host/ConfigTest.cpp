@@ -1,0 +1,320 @@
+// Reading of configurations: the example, and each mistake by its message.
+
+#include "host/Config.h"
+#include "tests/host/Program.h"
+
+#include <gmock/gmock.h>
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace {
+
+using ::testing::ElementsAre;
+
+// A small file without a mistake. The line numbers below count from its first line.
+const std::string kGood =
+    R"(schema = 1
+[demo]
+seconds = 2
+silenced = "b"
+[[bus]]
+name = "one"
+channel = 3
+nominal_rate = 500_000
+[[bus]]
+name = "two"
+channel = 4
+nominal_rate = 1_000_000
+data_rate = 4_000_000
+[[ecu]]
+name = "a"
+bus = "one"
+command_id = 0x600
+response_id = 0x601
+byte_order = "little"
+commands = [0xF8, 0xDA]
+timeouts = { command_ms = 50, long_ms = 900, retries = 3, retry_delay_ms = 7, status_period_ms = 400 }
+security = { seed_key = "sim:", lock = [{ resource = "daq", seed_length = 9 }] }
+daq = { identification = "relative word", max_entry_size = 6, max_odts = 40, max_entries = 90, timestamp_size = 2, packing = "whole" }
+event = [{ name = "fast", cycle = 5, unit = "ms", priority = 9 }, { name = "slow", cycle = 2, unit = "100ms" }]
+segment = [{ address = 0x1000, size = 0x100, writable = true }, { address = 0x2000, size = 0x10 }]
+signals = [
+    { name = "count", kind = "counter", type = "u32", event = "fast", address = 0x1000, phase = 4 },
+    { name = "wave", kind = "sine", type = "f32", event = "slow", address = 0x1010, elements = 3, offset = 1.5, amplitude = 2, length = 8 },
+    { name = "mode", kind = "state", event = "fast", address = 0x1020, length = 10, texts = ["off", "on"] },
+    { name = "slope", kind = "ramp", type = "i16", event = "fast", address = 0x1040, step = -3, length = 5 },
+    { name = "fixed", kind = "constant", type = "u8", event = "slow", address = 0x2000, offset = 77 },
+]
+variables = [
+    { name = "count", signal = "count", unit = "n" },
+    { name = "wave", signal = "wave", factor = 0.5, offset = -1, period_ms = 20 },
+    { name = "raw", address = 0x1050, size = 3, event = "slow" },
+]
+[[ecu]]
+name = "b"
+bus = "two"
+command_id = 0x18DA0001
+response_id = 0x18DA0002
+extended = true
+fd = true
+byte_order = "big"
+max_cto = 32
+max_dto = 48
+block_mode = true
+reject_zero_address = true
+event = [{ name = "fast", cycle = 100, unit = "us" }]
+variables = [{ name = "none", address = 0, size = 2, event = "fast" }]
+)";
+
+host::Config load(const std::string& content) {
+    return host::loadConfig(host_test::TempFile(content).path());
+}
+
+TEST(Config, ReadsBusesAndDemo) {
+    const host::Config config = load(kGood);
+    ASSERT_EQ(config.buses.size(), 2U);
+    EXPECT_EQ(config.buses[0].channel, 3);
+    EXPECT_EQ(config.buses[0].nominalRate, 500'000U);
+    EXPECT_FALSE(config.buses[0].dataRate.has_value());
+    EXPECT_EQ(config.buses[1].dataRate, 4'000'000U);
+    EXPECT_EQ(config.demo.seconds, 2.0);
+    EXPECT_EQ(config.demo.silenced, 1U);
+}
+
+TEST(Config, ReadsIdentityAndProtocolOfAnEcu) {
+    const host::Config config = load(kGood);
+    ASSERT_EQ(config.ecus.size(), 2U);
+    const host::EcuRecord& a = config.ecus[0];
+    EXPECT_EQ(a.bus, 0U);
+    EXPECT_EQ(a.commandId, 0x600U);
+    EXPECT_EQ(a.responseId, 0x601U);
+    EXPECT_EQ(a.maxCto, 8);
+    EXPECT_THAT(a.commands, ElementsAre(0xF8, 0xDA));
+    const host::EcuRecord& b = config.ecus[1];
+    EXPECT_TRUE(b.extended && b.fd && b.blockMode && b.rejectZeroAddress);
+    EXPECT_EQ(b.byteOrder, sim::ByteOrder::motorola);
+    EXPECT_EQ(b.commandId, 0x18DA0001U);
+    EXPECT_EQ(b.maxCto, 32);
+    EXPECT_EQ(b.maxDto, 48);
+}
+
+TEST(Config, ReadsTimeoutsLocksAndDaqFacts) {
+    const host::EcuRecord ecu = load(kGood).ecus[0];
+    EXPECT_EQ(ecu.timeouts.commandMs, 50);
+    EXPECT_EQ(ecu.timeouts.longMs, 900);
+    EXPECT_EQ(ecu.timeouts.statusPeriodMs, 400U);
+    EXPECT_EQ(ecu.timeouts.budgetMs(), 221U);  // 4 times 50 and 3 times 7
+    ASSERT_EQ(ecu.security.locks.size(), 1U);
+    EXPECT_EQ(ecu.security.locks[0].resource, 0x04);
+    EXPECT_EQ(ecu.security.locks[0].seedLength, 9);
+    EXPECT_EQ(ecu.daq.idField, 2);
+    EXPECT_EQ(ecu.daq.maxEntrySize, 6);
+    EXPECT_EQ(ecu.daq.maxOdts, 40);
+    EXPECT_EQ(ecu.daq.maxEntries, 90);
+    EXPECT_EQ(ecu.daq.timestampSize, 2);
+    EXPECT_EQ(ecu.daq.packMode, 0);
+}
+
+TEST(Config, ReadsEventsAndSegments) {
+    const host::EcuRecord ecu = load(kGood).ecus[0];
+    ASSERT_EQ(ecu.events.size(), 2U);
+    EXPECT_EQ(ecu.events[0].periodNs, 5'000'000U);
+    EXPECT_EQ(ecu.events[0].priority, 9);
+    EXPECT_EQ(ecu.events[1].unit, 8);
+    EXPECT_EQ(ecu.events[1].periodNs, 200'000'000U);
+    ASSERT_EQ(ecu.segments.size(), 2U);
+    EXPECT_TRUE(ecu.segments[0].writable);
+    EXPECT_FALSE(ecu.segments[1].writable);
+}
+
+TEST(Config, ReadsSignals) {
+    const host::EcuRecord ecu = load(kGood).ecus[0];
+    ASSERT_EQ(ecu.signals.size(), 5U);
+    EXPECT_EQ(ecu.signals[0].first.kind, sim::SignalKind::counter);
+    EXPECT_EQ(ecu.signals[0].first.phase, 4U);
+    EXPECT_EQ(ecu.signals[1].first.event, 1);
+    EXPECT_EQ(ecu.signals[1].size(), 12U);
+    EXPECT_EQ(ecu.signals[1].first.amplitude, 2.0);
+    EXPECT_THAT(ecu.signals[2].first.texts, ElementsAre("off", "on"));
+    EXPECT_EQ(ecu.signals[2].size(), 17U);
+    EXPECT_EQ(ecu.signals[3].first.step, -3.0);
+    EXPECT_EQ(ecu.signals[4].first.offset, 77.0);
+}
+
+TEST(Config, VariableLiesWhereItsSignalLiesOrWhereTheFileSays) {
+    const host::EcuRecord ecu = load(kGood).ecus[0];
+    ASSERT_EQ(ecu.variables.size(), 3U);
+    EXPECT_EQ(ecu.variables[1].address, 0x1010U);
+    EXPECT_EQ(ecu.variables[1].size, 12U);
+    EXPECT_EQ(ecu.variables[1].event, 1);
+    EXPECT_EQ(ecu.variables[1].periodMs, 20);
+    EXPECT_EQ(ecu.variables[1].factor, 0.5);
+    EXPECT_EQ(ecu.variables[1].offset, -1.0);
+    EXPECT_FALSE(ecu.variables[2].signal.has_value());
+    EXPECT_EQ(ecu.variables[2].size, 3U);
+}
+
+TEST(Config, VariableAtAddressZeroIsOneToReject) {
+    const host::Config config = load(kGood);
+    EXPECT_TRUE(config.ecus[1].rejects(config.ecus[1].variables[0]));
+    EXPECT_FALSE(config.ecus[0].rejects(config.ecus[0].variables[2]));
+}
+
+TEST(Config, ExampleIsGoodAndHasThirtyVariablesPerEcu) {
+    const host::Config config = host::loadConfig(std::string(TALVEX_SOURCE_DIR) + "/examples/demo.toml");
+    ASSERT_EQ(config.ecus.size(), 2U);
+    EXPECT_EQ(config.ecus[0].variables.size(), 30U);
+    EXPECT_EQ(config.ecus[1].variables.size(), 30U);
+}
+
+TEST(Config, MissingFileIsNamedWithTheReason) {
+    try {
+        static_cast<void>(host::loadConfig("/nowhere/demo.toml"));
+        FAIL() << "no error";
+    } catch (const host::ConfigError& error) {
+        EXPECT_STREQ(error.what(), "/nowhere/demo.toml: cannot be read: No such file or directory");
+    }
+}
+
+// One mistake: what is replaced in the good file, and the message without the file's name.
+struct Mistake {
+    std::string name;
+    std::string what;
+    std::string with;
+    std::string message;
+};
+
+void PrintTo(const Mistake& mistake, std::ostream* out) {
+    *out << mistake.name;
+}
+
+const std::vector<Mistake> kMistakes = {
+    {"UnknownKeyAtTheTop", "schema = 1\n", "schema = 1\ncolor = 2\n",
+     ":2: color: is not a key of this table; allowed are bus, demo, ecu, schema"},
+    {"UnknownKeyBelow", "retries = 3", "retry = 3",
+     ":21: ecu.timeouts.retry: is not a key of this table; allowed are command_ms, long_ms, retries, "
+     "retry_delay_ms, status_period_ms"},
+    {"OtherSchema", "schema = 1", "schema = 2", ":1: schema: found 2; this program reads 1"},
+    {"MissingSchema", "schema = 1\n", "", ":1: schema: is missing; give a whole number from 1 to 1000000"},
+    {"MissingText", "name = \"one\"\n", "", ":5: bus.name: is missing; give a text in quotation marks"},
+    {"EmptyText", "name = \"one\"", "name = \"\"", ":6: bus.name: is empty; give a text"},
+    {"NumberForText", "name = \"one\"", "name = 1",
+     ":6: bus.name: found integer; give a text in quotation marks"},
+    {"TextForNumber", "channel = 3", "channel = \"3\"",
+     ":7: bus.channel: found string; give a whole number from 0 to 255"},
+    {"NumberTooLarge", "channel = 3", "channel = 256", ":7: bus.channel: found 256; allowed are 0 to 255"},
+    {"TextForReal", "seconds = 2", "seconds = \"2\"", ":3: demo.seconds: found string; give a finite number"},
+    {"EndlessReal", "seconds = 2", "seconds = inf",
+     ":3: demo.seconds: found floating-point; give a finite number"},
+    {"SecondsOutOfRange", "seconds = 2", "seconds = 0.25",
+     ":3: demo.seconds: found 0.25; allowed are 0.5 to 3600"},
+    {"NumberForFlag", "fd = true", "fd = 1", ":44: ecu.fd: found integer; give true or false"},
+    {"UnknownWord", "byte_order = \"little\"", "byte_order = \"intel\"",
+     ":19: ecu.byte_order: found \"intel\"; give one of \"little\", \"big\""},
+    {"TableForArray", "commands = [0xF8, 0xDA]", "commands = 0xF8",
+     ":20: ecu.commands: found integer; give an array of numbers"},
+    {"NumberForTable",
+     "timeouts = { command_ms = 50, long_ms = 900, retries = 3, retry_delay_ms = 7, "
+     "status_period_ms = 400 }",
+     "timeouts = 5", ":21: ecu.timeouts: found integer; give a table [ecu.timeouts]"},
+    {"NumbersForTables", "segment = [{ address = 0x1000", "segment = [7, { address = 0x1000",
+     ":25: ecu.segment: found integer; give an array of tables"},
+    {"NotToml", "channel = 3", "channel = = 3", ":7: is not TOML: "},
+    {"NoBus",
+     "[[bus]]\nname = \"one\"\nchannel = 3\nnominal_rate = 500_000\n[[bus]]\nname = \"two\"\nchannel "
+     "= 4\nnominal_rate = 1_000_000\ndata_rate = 4_000_000\n",
+     "", ":1: bus: is missing; give at least one [[bus]]"},
+    {"TwoBusesOfOneName", "name = \"two\"", "name = \"one\"",
+     ":10: bus.name: \"one\" is the name of another bus; give each its own"},
+    {"TwoBusesOnOneChannel", "channel = 4", "channel = 3",
+     ":11: bus.channel: 3 is the channel of another bus; give each its own"},
+    {"UnknownBus", "bus = \"two\"", "bus = \"six\"",
+     ":40: ecu.bus: found \"six\"; give one of \"one\", \"two\""},
+    {"LongIdentifier", "command_id = 0x600", "command_id = 0x800",
+     ":17: ecu.command_id: found 0x800; without extended = true an identifier has 11 bits, up to 0x7FF"},
+    {"IdentifierWithFlags", "command_id = 0x18DA0001", "command_id = 0x98DA0001",
+     ":41: ecu.command_id: found 0x98DA0001; an identifier has 29 bits at most, flags do not belong in it "
+     "(give "
+     "extended = true instead)"},
+    {"EqualIdentifiers", "response_id = 0x601", "response_id = 0x600",
+     ":18: ecu.response_id: equals command_id; give two identifiers"},
+    {"FdOnAClassicBus", "bus = \"two\"", "bus = \"one\"",
+     ":44: ecu.fd: is set, but bus \"one\" has no data_rate; give it one, or leave fd out"},
+    {"LongFramesWithoutFd", "byte_order = \"little\"", "byte_order = \"little\"\nmax_cto = 9",
+     ":20: ecu.max_cto: found 9; allowed are 8 to 8"},
+    {"TimeoutOfZero", "command_ms = 50", "command_ms = 0",
+     ":21: ecu.timeouts.command_ms: found 0; allowed are 1 to 60000"},
+    {"TimestampOfThreeBytes", "timestamp_size = 2", "timestamp_size = 3",
+     ":23: ecu.daq.timestamp_size: found 3; allowed are 0, 1, 2 and 4"},
+    {"UnknownPacking", "packing = \"whole\"", "packing = \"tight\"",
+     ":23: ecu.daq.packing: found \"tight\"; give one of \"whole\", \"bytes\", \"fill\""},
+    {"EventTooFast", "cycle = 100, unit = \"us\"", "cycle = 99, unit = \"us\"",
+     ":50: ecu.event.cycle: is a period of 99000 ns; give 100 us or more"},
+    {"LocksWithoutKey", "seed_key = \"sim:\", ", "",
+     ":14: ecu.security.seed_key: in \"a\": is missing, so that the locks would stay closed; give one"},
+    {"TwoLocksOfOneResource", "lock = [{", "lock = [{ resource = \"daq\", seed_length = 1 }, {",
+     ":14: ecu.security.lock: in \"a\": a resource has two locks; give each resource one"},
+    {"TwoEcusOfOneName", "name = \"b\"", "name = \"a\"",
+     ":39: ecu.name: \"a\" is the name of another ECU; give each its own"},
+    {"SilencedIsNoEcu", "silenced = \"b\"", "silenced = \"c\"",
+     ":4: demo.silenced: found \"c\"; give one of \"a\", \"b\""},
+    {"TwoEventsOfOneName", "name = \"slow\", cycle", "name = \"fast\", cycle",
+     ":24: ecu.event.name: \"fast\" is the name of another event; give each its own"},
+    {"TwoVariablesOfOneName", "name = \"raw\"", "name = \"wave\"",
+     ":14: ecu.variables: in \"a\": \"wave\" stands there twice; give each its own name"},
+    {"TwoSignalsOfOneName", "name = \"slope\"", "name = \"wave\"",
+     ":14: ecu.signals: in \"a\": \"wave\" stands there twice; give each its own name"},
+    {"OverlappingSegments", "address = 0x2000, size = 0x10 }", "address = 0x10FF, size = 0x2000 }",
+     ":14: ecu.segment: in \"a\": those at 0x1000 and 0x10FF overlap"},
+    {"SegmentBehindTheEnd", "address = 0x2000, size = 0x10 }", "address = 0xFFFFFFFF, size = 2 }",
+     ":14: ecu.segment: in \"a\": the one at 0xFFFFFFFF ends behind the last address"},
+    {"SignalOutsideTheSegments", "event = \"slow\", address = 0x2000", "event = \"slow\", address = 0x2010",
+     ":14: ecu.signals: in \"a\": \"fixed\" lies outside the segments"},
+    {"VariableOutsideTheSegments", "address = 0x1050, size = 3", "address = 0x10FE, size = 3",
+     ":14: ecu.variables: in \"a\": \"raw\" lies outside the segments"},
+    {"OverlappingSignals", "address = 0x1040", "address = 0x1003",
+     ":14: ecu.signals: in \"a\": \"count\" and \"slope\" overlap"},
+    {"UnknownSignal", "signal = \"wave\"", "signal = \"wafe\"",
+     ":35: ecu.variables.signal: found \"wafe\"; give the name of a signal of this ECU"},
+    {"StateWithoutTexts", "[\"off\", \"on\"]", "[]",
+     ":29: ecu.signals.texts: give 1 to 256 texts of at most 16 bytes"},
+    {"StateWithLongText", "[\"off\", \"on\"]", "[\"seventeen letters\"]",
+     ":29: ecu.signals.texts: give 1 to 256 texts of at most 16 bytes"},
+};
+
+class ConfigMistake : public ::testing::TestWithParam<Mistake> {};
+
+TEST_P(ConfigMistake, IsNamedWithItsPlaceAndTheWayOut) {
+    const Mistake& mistake = GetParam();
+    const host_test::TempFile file(host_test::replaced(kGood, mistake.what, mistake.with));
+    try {
+        static_cast<void>(host::loadConfig(file.path()));
+        FAIL() << "no error";
+    } catch (const host::ConfigError& error) {
+        EXPECT_THAT(error.what(), ::testing::StartsWith(file.path() + mistake.message));
+    }
+}
+
+std::string nameOf(const ::testing::TestParamInfo<Mistake>& row) {
+    return row.param.name;
+}
+
+INSTANTIATE_TEST_SUITE_P(All, ConfigMistake, ::testing::ValuesIn(kMistakes), nameOf);
+
+TEST(Config, SecondEcuOnTheSameIdentifierAndBusIsRefused) {
+    const std::string content =
+        host_test::replaced(host_test::replaced(kGood, "bus = \"one\"", "bus = \"two\""),
+                            "response_id = 0x18DA0002", "response_id = 0x601");
+    try {
+        static_cast<void>(load(content));
+        FAIL() << "no error";
+    } catch (const host::ConfigError& error) {
+        EXPECT_THAT(
+            error.what(),
+            ::testing::HasSubstr(":41: ecu.command_id: shares an identifier with \"a\" on the same bus"));
+    }
+}
+
+}  // namespace

@@ -1,0 +1,132 @@
+#include "tests/host/Program.h"
+
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+namespace host_test {
+namespace {
+
+[[noreturn]] void become(const std::vector<std::string>& arguments) {
+    std::vector<char*> pointers{const_cast<char*>(TALVEX_PROGRAM)};
+    for (const std::string& argument : arguments) {
+        pointers.push_back(const_cast<char*>(argument.c_str()));
+    }
+    pointers.push_back(nullptr);
+    execv(TALVEX_PROGRAM, pointers.data());
+    _exit(127);
+}
+
+}  // namespace
+
+Program::Program(const std::vector<std::string>& arguments) {
+    std::array<int, 2> ends{};
+    if (pipe(ends.data()) != 0) {
+        throw std::runtime_error("no pipe");
+    }
+    m_process = fork();
+    if (m_process < 0) {
+        throw std::runtime_error("no process");
+    }
+    if (m_process == 0) {
+        dup2(ends[1], STDOUT_FILENO);
+        dup2(ends[1], STDERR_FILENO);
+        close(ends[0]);
+        close(ends[1]);
+        become(arguments);
+    }
+    close(ends[1]);
+    m_pipe = ends[0];
+}
+
+Program::~Program() {
+    closeOutput();
+    if (m_process > 0) {
+        kill(m_process, SIGKILL);
+        waitpid(m_process, nullptr, 0);
+    }
+}
+
+bool Program::readMore() {
+    std::array<char, 4096> part{};
+    ssize_t count = 0;
+    do {
+        count = read(m_pipe, part.data(), part.size());
+    } while (count < 0 && errno == EINTR);
+    if (count > 0) {
+        m_output.append(part.data(), static_cast<std::size_t>(count));
+    }
+    return count > 0;
+}
+
+bool Program::readUntil(const std::string& text) {
+    while (m_output.find(text) == std::string::npos) {
+        if (!readMore()) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void Program::closeOutput() {
+    if (m_pipe >= 0) {
+        close(m_pipe);
+        m_pipe = -1;
+    }
+}
+
+void Program::signal(int number) const {
+    kill(m_process, number);
+}
+
+int Program::wait() {
+    while (m_pipe >= 0 && readMore()) {
+    }
+    int status = 0;
+    waitpid(m_process, &status, 0);
+    m_process = -1;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
+TempFile::TempFile(const std::string& content) {
+    std::string pattern = "/tmp/talvex-config-XXXXXX";
+    const int file = mkstemp(pattern.data());
+    if (file < 0) {
+        throw std::runtime_error("no temporary file");
+    }
+    close(file);
+    m_path = pattern;
+    std::ofstream(m_path) << content;
+}
+
+TempFile::~TempFile() {
+    std::remove(m_path.c_str());
+}
+
+std::string projectFile(const std::string& path) {
+    std::ifstream stream(std::string(TALVEX_SOURCE_DIR) + "/" + path);
+    if (!stream) {
+        throw std::runtime_error("cannot read " + path);
+    }
+    std::ostringstream content;
+    content << stream.rdbuf();
+    return content.str();
+}
+
+std::string replaced(std::string text, const std::string& what, const std::string& with) {
+    const std::size_t place = text.find(what);
+    if (place == std::string::npos) {
+        throw std::runtime_error("nothing to replace: " + what);
+    }
+    return text.replace(place, what.size(), with);
+}
+
+}  // namespace host_test

@@ -1,0 +1,58 @@
+// The built host tool as a process of its own.
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+#include <vector>
+
+namespace host_test {
+
+// Runs TALVEX_PROGRAM with standard output and standard error in one pipe.
+class Program {
+public:
+    explicit Program(const std::vector<std::string>& arguments);
+    ~Program();
+    Program(const Program&) = delete;
+    Program& operator=(const Program&) = delete;
+
+    // Reads until the output holds text; false if it ended without.
+    bool readUntil(const std::string& text);
+
+    void closeOutput();
+    void signal(int number) const;
+
+    // Reads the rest and waits. Gives the exit code, or minus the number of the signal that ended it.
+    int wait();
+
+    const std::string& output() const { return m_output; }
+
+private:
+    bool readMore();
+
+    pid_t m_process = -1;
+    int m_pipe = -1;
+    std::string m_output;
+};
+
+// A file in the temporary folder that goes with the object.
+class TempFile {
+public:
+    explicit TempFile(const std::string& content);
+    ~TempFile();
+    TempFile(const TempFile&) = delete;
+    TempFile& operator=(const TempFile&) = delete;
+
+    const std::string& path() const { return m_path; }
+
+private:
+    std::string m_path;
+};
+
+// The text of a file of the project.
+std::string projectFile(const std::string& path);
+
+// The text with the first occurrence of what replaced; throws if there is none, so that no test goes stale.
+std::string replaced(std::string text, const std::string& what, const std::string& with);
+
+}  // namespace host_test
