@@ -37,7 +37,7 @@ ExitCode run(int argc, char** argv) {
         return app.exit(error) == 0 ? ExitCode::done : ExitCode::usage;
     }
     if (!chosen) {
-        std::fputs(app.help().c_str(), stdout);
+        static_cast<void>(std::fputs(app.help().c_str(), stdout));
         return ExitCode::done;
     }
     return chosen();
@@ -49,7 +49,7 @@ int main(int argc, char** argv) {
     try {
         return static_cast<int>(run(argc, argv));
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "talvex: %s\n", error.what());
+        static_cast<void>(std::fprintf(stderr, "talvex: %s\n", error.what()));
         return static_cast<int>(ExitCode::failed);
     }
 }

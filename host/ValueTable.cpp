@@ -77,7 +77,7 @@ std::vector<std::string> tableLines(const EcuRecord& ecu, const EcuReport& repor
 
 std::string shortNumber(double number, std::size_t width) {
     if (number == std::floor(number) && std::abs(number) < 1e15) {
-        const std::string whole = fmt::format("{:.0f}", number + 0.0);  // no "-0"
+        std::string whole = fmt::format("{:.0f}", number + 0.0);  // no "-0"
         if (whole.size() <= width) {
             return whole;
         }
