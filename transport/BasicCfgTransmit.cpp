@@ -216,6 +216,14 @@ bool BasicCfgTransmit::takePending(msgBuf& response, const std::function<bool(co
 
 bool BasicCfgTransmit::awaitPending(msgBuf& response, const std::function<bool(const msgBuf&)>& matches,
                                     Deadline& deadline, std::chrono::milliseconds slice) {
+    if (stopFlag().isStopped()) {
+        return false;
+    }
+    // Often it is there already: the responses of a block come in one take, and none of them is worth a wait.
+    collectResponses(false);
+    if (takePending(response, matches)) {
+        return true;
+    }
     for (bool lastLook = false; !stopFlag().isStopped(); lastLook = deadline.isOver()) {
         collectResponses(!lastLook);
         if (takePending(response, matches)) {
