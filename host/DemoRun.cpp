@@ -20,6 +20,9 @@ using std::chrono::milliseconds;
 /// No command of the demo takes longer, however busy the machine is.
 constexpr milliseconds kPatience{30'000};
 
+/// How far a busy machine may put off the report of a loss, beyond what the configured times add up to.
+constexpr milliseconds kStall{5'000};
+
 constexpr std::uint8_t kFlagExtended = 0x01;
 constexpr std::uint8_t kFlagFd = 0x02;
 constexpr std::uint8_t kFlagRateSwitch = 0x04;
@@ -256,6 +259,8 @@ bool DemoRun::loseOne() {
                                          fmt::join(result->details, "\", \"")));
     const std::uint32_t expectedMs = record.timeouts.statusPeriodMs + 2 * record.timeouts.budgetMs();
     const double elapsed = seconds(result->when - silencedAt);
+    m_verdict.require(elapsed <= expectedMs / 1000.0 + seconds(kStall),
+                      fmt::format("loss of {}: reported after {:.2f} s only", record.name, elapsed));
     say("loss", fmt::format("reported after {:.2f} s, expected within {:.2f} s: {}", elapsed,
                             expectedMs / 1000.0, fmt::join(result->details, ", ")));
     return true;
