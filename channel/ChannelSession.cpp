@@ -7,11 +7,22 @@
 
 #include <algorithm>
 #include <array>
+#include <mutex>
 
 using channel::exchangeFrame;
 using channel::runCommand;
 using channel::runOnSlave;
 using channel::Slave;
+
+namespace {
+
+/// Read under the slave's lock, as another thread may be configuring it.
+std::uint8_t granularityOf(Slave& slave) {
+    const std::lock_guard lock(slave.m_mutex);
+    return slave.m_cfg.xcp.addressGranularity;
+}
+
+}  // namespace
 
 std::uint32_t xcpConnect(std::uint32_t slave, std::uint8_t mode, std::uint8_t* buffer, std::uint16_t size) {
     return runCommand(slave, {buffer, size}, [mode](Slave& s) {
@@ -106,15 +117,17 @@ std::uint32_t xcpSetMta(std::uint32_t slave, std::uint8_t addressExtension, std:
 }
 
 std::uint32_t xcpUpload(std::uint32_t slave, std::uint8_t count, std::uint8_t* buffer, std::uint16_t size) {
-    return runOnSlave(slave, {buffer, size}, [count](Slave& s) { return s.cmdUpload(count) == count; });
+    return runOnSlave(slave, {buffer, size}, [count](Slave& s) {
+        const bool refused = s.m_linkLost;  // no byte of none would look like success
+        return s.cmdUpload(count) == count && !refused;
+    });
 }
 
 std::uint32_t xcpShortUpload(std::uint32_t slave, std::uint8_t count, std::uint8_t addressExtension,
                              std::uint32_t address, std::uint8_t* buffer, std::uint16_t size) {
     return runCommand(slave, {buffer, size}, [=](Slave& s) {
         std::array<std::uint8_t, Slave::kFrameRoom> dropped{};  // the buffer gets the whole response
-        return s.shortUpload(address, addressExtension, dropped.data(), count,
-                             s.m_cfg.xcp.addressGranularity);
+        return s.shortUpload(address, addressExtension, dropped.data(), count, granularityOf(s));
     });
 }
 

@@ -51,6 +51,9 @@ std::uint32_t exchangeFrame(std::uint32_t handle, Buffer buffer,
                             const std::function<msgBuf(const Slave&)>& form,
                             const std::function<void(Slave&, const msgBuf&)>& keep) {
     return runOnSlave(handle, buffer, [&](Slave& slave) {
+        if (slave.refusesToSend()) {  // its line in the log goes out unlocked
+            return false;
+        }
         const std::lock_guard lock(slave.m_mutex);
         msgBuf request = form(slave);
         msgBuf response;

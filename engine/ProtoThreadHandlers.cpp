@@ -54,14 +54,13 @@ ITask_Transmit* ProtoThread::findTask(const std::string& name) {
 
 void ProtoThread::createTask(const std::string& name) {
     std::vector<std::shared_ptr<ITask_Transmit>> replaced;  // destroyed behind the locks
-    const CallBackFuns frozen = callBacks();
     const std::lock_guard cfgLock(m_cfgMutex);
     const std::lock_guard taskLock(m_taskMutex);
     for (const EcuProtoCfg& cfg : m_cfgList) {
         if (cfg.ecuName != name) {
             continue;
         }
-        replaced.push_back(std::exchange(m_taskMap[name], makeTask(cfg, frozen)));
+        replaced.push_back(std::exchange(m_taskMap[name], makeTask(cfg, m_callBacks)));
     }
 }
 

@@ -9,8 +9,9 @@
      256         success
      1 to 255    the ECU's error code; 49 also if the slave was removed during its command
      1280        the handle is not known; nothing was sent, nothing is written
-     2304        no answer in time. From then on every command on that slave fails with the last status at
-   once, with nothing sent, until xcpConfigSlave has run xcpGetErrorText gives their texts.
+     2304        no answer in time. From then on every command on that slave fails at once with the last
+                 status and nothing is sent, until xcpConfigSlave has run.
+   xcpGetErrorText gives the texts of these.
 
    Buffers. `buffer` and `size` stand last: the buffer is zeroed for its whole size and then gets the last
    response that a first attempt received with success, cut to `size`; so after a failure it holds the last
@@ -24,8 +25,10 @@
 #include "TalvexExport.h"
 
 #ifdef __cplusplus
+#include <cstddef>
 #include <cstdint>
 #else
+#include <stddef.h>
 #include <stdint.h>
 #endif
 
@@ -92,6 +95,17 @@ typedef struct XcpDaqListSetup {
 } XcpDaqListSetup;
 
 #pragma pack(pop)
+
+TALVEX_ASSERT_LAYOUT(sizeof(XcpCanChannelCfg) == 22);
+TALVEX_ASSERT_LAYOUT(offsetof(XcpCanChannelCfg, reserved1) == 1);
+TALVEX_ASSERT_LAYOUT(offsetof(XcpCanChannelCfg, nominalTiming) == 3);
+TALVEX_ASSERT_LAYOUT(offsetof(XcpCanChannelCfg, timingSwitch) == 11);
+TALVEX_ASSERT_LAYOUT(offsetof(XcpCanChannelCfg, dataTiming) == 13);
+TALVEX_ASSERT_LAYOUT(sizeof(XcpSlaveCanCfg) == 16 && offsetof(XcpSlaveCanCfg, option) == 12);
+TALVEX_ASSERT_LAYOUT(sizeof(XcpSlaveProtoCfg) == 24 && offsetof(XcpSlaveProtoCfg, byteOrder) == 14);
+TALVEX_ASSERT_LAYOUT(sizeof(XcpPageRef) == 2);
+TALVEX_ASSERT_LAYOUT(sizeof(XcpDaqEntry) == 7 && offsetof(XcpDaqEntry, address) == 3);
+TALVEX_ASSERT_LAYOUT(sizeof(XcpDaqListSetup) == 6 && offsetof(XcpDaqListSetup, event) == 2);
 
 TALVEX_C_BEGIN
 

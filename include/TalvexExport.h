@@ -15,6 +15,13 @@
 #define TALVEX_API __attribute__((visibility("default")))
 #endif
 
+/* TALVEX_ASSERT_LAYOUT holds packed records to the offsets that hosts lay them out with. */
+#ifdef __cplusplus
+#define TALVEX_ASSERT_LAYOUT(condition) static_assert(condition, "hosts lay out packed records")
+#else
+#define TALVEX_ASSERT_LAYOUT(condition) _Static_assert(condition, "hosts lay out packed records")
+#endif
+
 #ifdef __cplusplus
 #define TALVEX_C_BEGIN extern "C" {
 #define TALVEX_C_END }

@@ -9,9 +9,11 @@
 #include "TalvexExport.h"
 
 #ifdef __cplusplus
+#include <cstddef>
 #include <cstdint>
 #else
 #include <stdbool.h>
+#include <stddef.h>
 #include <stdint.h>
 #endif
 
@@ -24,6 +26,9 @@ typedef struct mcMemRange {
     uint32_t address;  /* first address, host byte order */
 } mcMemRange;
 #pragma pack(pop)
+
+TALVEX_ASSERT_LAYOUT(sizeof(mcMemRange) == 10);
+TALVEX_ASSERT_LAYOUT(offsetof(mcMemRange, length) == 1 && offsetof(mcMemRange, address) == 6);
 
 TALVEX_C_BEGIN
 

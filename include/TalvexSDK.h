@@ -16,12 +16,12 @@
 /// 6. Records are copied in both directions; nothing handed over is referred to later. A connected ECU keeps
 ///    the configuration, the callbacks and the log functions that were set when `EcuConnect` ran.
 /// 7. Threads: `taskResultFun`, `memResultFun`, `measureFun` of kind 0 and 2, the seed loaders and
-/// `daqInfoFun`
-///    run on the worker thread; `measureFun` of kind 1 and `taskResultFun` with 3 on the polling thread;
-///    `sndFun` and `msgDecodeFun` on both; log functions on any thread of the library, also on a host thread
-///    that fills the queue or calls `stopAllTask`.
-/// 8. Every function may be called from inside every callback, but for one: a log function must not call a
-///    command function, as the line about a full queue goes out while the queue is locked.
+///    `daqInfoFun` run on the worker thread; `measureFun` of kind 1 and `taskResultFun` with 3 on the polling
+///    thread; `sndFun` and `msgDecodeFun` on both; log functions on any thread of the library, also on a host
+///    thread that fills the queue or calls `stopAllTask`.
+/// 8. Every function may be called from inside every callback, but for one: a log function must call neither
+///    a command function nor `stopAllTask`, as the line about a full queue goes out while the queue is
+///    locked.
 /// 9. No exported function throws but for a failed lock or thread start, unless its comment says so.
 ///
 /// A session

@@ -65,6 +65,9 @@ std::uint32_t XcpProtoTransmit::cmdSetMta(std::uint32_t address, std::uint8_t ex
 }
 
 std::uint32_t XcpProtoTransmit::cmdBuildChecksum(std::uint32_t blockSize, std::uint32_t& checksum) {
+    if (refusesToSend()) {
+        return 1;
+    }
     const std::lock_guard lock(m_mutex);
     msgBuf response;
     const bool failed = run(CommandFrame(kBuildChecksum, 8).put32(4, blockSize), response) != 0;
@@ -126,8 +129,10 @@ std::uint32_t XcpProtoTransmit::cmdStartStopDaqList(std::uint8_t mode, std::uint
 /// The planner is configured ahead of the frame, so that the first PIDs just learned reach the plan before
 /// the first DAQ frame can come.
 std::uint32_t XcpProtoTransmit::cmdStartStopSynch(std::uint8_t mode) {
-    const std::lock_guard lock(m_mutex);
-    m_daq.configure(m_cfg);
+    {
+        const std::lock_guard lock(m_mutex);
+        m_daq.configure(m_cfg);
+    }
     return run(CommandFrame(kStartStopSynch, 2).put8(1, mode));
 }
 

@@ -138,6 +138,9 @@ std::uint8_t XcpProtoTransmit::uploadSlaveBlock(std::uint8_t* destination, std::
 std::uint32_t XcpProtoTransmit::shortUpload(std::uint32_t address, std::uint8_t extension,
                                             std::uint8_t* destination, std::uint8_t count,
                                             std::uint8_t granularity) {
+    if (refusesToSend()) {
+        return 1;
+    }
     const std::lock_guard lock(m_mutex);
     const int elements = std::clamp(m_cfg.maxCto - 1, 0, static_cast<int>(count));
     CommandFrame command(kShortUpload, 8);
@@ -172,7 +175,7 @@ std::uint8_t XcpProtoTransmit::fillBlockFrame(msgBuf& frame, const std::uint8_t*
     frame.data[0] = kDownload;
     const int total = std::min(std::min<int>(m_cfg.maxCto, kFrameRoom), count + 2);
     const bool bytewise = granularity < 2;
-    const int header = bytewise ? 2 : granularity;
+    const int header = bytewise ? 2 : std::min<int>(granularity, kFrameRoom);
     const int unit = bytewise ? 1 : granularity;
     const int room = std::max(total - header, 0) / unit * unit;
     const auto placed = static_cast<std::uint8_t>(std::min<int>(room, count));

@@ -123,7 +123,6 @@ bool XcpProtoTransmit::exchange(msgBuf& request, msgBuf& response) {
     return false;
 }
 
-/// @return true, with a line in the log, if the link counts as lost
 bool XcpProtoTransmit::refusesToSend() {
     if (m_linkLost) {
         writeLog(kLogError, "连接已断开");
@@ -151,6 +150,9 @@ std::uint32_t XcpProtoTransmit::run(CommandFrame& command) {
 
 std::uint32_t XcpProtoTransmit::runAndKeep(CommandFrame command,
                                            const std::function<void(const msgBuf&)>& keep) {
+    if (refusesToSend()) {  // its line in the log goes out unlocked
+        return 1;
+    }
     const std::lock_guard lock(m_mutex);
     msgBuf response;
     if (run(command, response) != 0) {

@@ -48,6 +48,10 @@ public:
     bool computeKey(std::uint8_t resource, std::uint8_t* seed, std::uint8_t seedLength, std::uint8_t* key,
                     std::uint8_t& keyLength) override;
 
+    /// Writes a line to the log if the link counts as lost. Takes no lock: log functions run without it.
+    /// @return whether the link counts as lost
+    bool refusesToSend();
+
     /// @return milliseconds to wait for a command, from `t1` to `t6`
     [[nodiscard]] std::uint16_t commandTimeout(std::uint8_t pid, std::uint8_t secondByte) const;
 
@@ -165,7 +169,6 @@ private:
                                   msgBuf& last);
     std::uint8_t upload(std::uint8_t* destination, std::uint8_t count, std::uint8_t granularity,
                         msgBuf& last);
-    bool refusesToSend();
     std::uint8_t sendPlain(std::uint8_t code, const std::uint8_t* source, std::uint8_t count,
                            std::uint8_t granularity);
     std::uint8_t sendBlock(const BlockForm& form, const std::uint8_t* source, std::uint8_t count,

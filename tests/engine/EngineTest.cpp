@@ -1,7 +1,6 @@
 #include "tests/engine/EngineTest.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <iterator>
 
 namespace engine_test {
@@ -131,16 +130,6 @@ void offersDaq(EcuProtoCfg& cfg) {
 void polls(EcuProtoCfg& cfg) {
     cfg.supportedCmds.insert(0xF4);
     cfg.xcp.pollPeriodMs = 1;
-}
-
-std::size_t threadCount() {
-#if defined(__SANITIZE_THREAD__)
-    return 0;  // the sanitizer comes and goes with threads of its own
-#else
-    std::error_code error;
-    const std::filesystem::directory_iterator threads("/proc/self/task", error);
-    return error ? 0 : static_cast<std::size_t>(std::distance(begin(threads), end(threads)));
-#endif
 }
 
 }  // namespace engine_test

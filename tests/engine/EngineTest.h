@@ -71,7 +71,4 @@ void offersDaq(EcuProtoCfg& cfg);
 /// Makes @p cfg poll everything each millisecond.
 void polls(EcuProtoCfg& cfg);
 
-/// @return the threads of this process, or 0 where that cannot be told
-std::size_t threadCount();
-
 }  // namespace engine_test

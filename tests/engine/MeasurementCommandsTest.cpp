@@ -1,4 +1,5 @@
 #include "tests/engine/EngineTest.h"
+#include "tests/support/ThreadCount.h"
 
 #include <gmock/gmock.h>
 
@@ -148,11 +149,11 @@ TEST_F(StartMeasurementCommand, AFailedStartEndsARunningMeasurement) {
 
 TEST_F(StartMeasurementCommand, TwiceRestartsThePollingThread) {
     measuring();
-    const std::size_t threads = engine_test::threadCount();
+    const std::size_t threads = support::threadCount();
     const support::TaskResult result = resultOf(5, [] { StartMeasurement({{"a", {variable()}}}); });
     EXPECT_EQ(result.result, 0);
     EXPECT_TRUE(isMeasureing());
-    EXPECT_TRUE(support::waitFor([&] { return engine_test::threadCount() == threads; }));
+    EXPECT_TRUE(support::waitFor([&] { return support::threadCount() == threads; }));
     m_host.clear();
     EXPECT_TRUE(shows("measure a 1"));
 }
@@ -175,16 +176,16 @@ TEST_F(StartMeasurementCommand, DaqValuesComeWithKind2AndThePlanIsShown) {
 }
 
 TEST_F(StartMeasurementCommand, WithoutItThereIsNoPollingThread) {
-    const std::size_t before = engine_test::threadCount();
+    const std::size_t before = support::threadCount();
     if (before == 0) {
         GTEST_SKIP() << "threads cannot be counted here";
     }
     connected({"a", "b"});
-    EXPECT_EQ(engine_test::threadCount(), before + 1);
+    EXPECT_EQ(support::threadCount(), before + 1);
     ASSERT_EQ(resultOf(5, [] { StartMeasurement({}); }).result, 0);
-    EXPECT_EQ(engine_test::threadCount(), before + 2);
+    EXPECT_EQ(support::threadCount(), before + 2);
     ASSERT_EQ(resultOf(6, [] { StopMeasurement(); }).result, 0);
-    EXPECT_TRUE(support::waitFor([&] { return engine_test::threadCount() == before + 1; }));
+    EXPECT_TRUE(support::waitFor([&] { return support::threadCount() == before + 1; }));
 }
 
 using StopMeasurementCommand = EngineTest;

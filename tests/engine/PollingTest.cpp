@@ -1,4 +1,5 @@
 #include "tests/engine/EngineTest.h"
+#include "tests/support/ThreadCount.h"
 
 #include <gmock/gmock.h>
 
@@ -116,7 +117,7 @@ TEST_F(PollingThread, ReportsALossOnceAndThenIsGone) {
 TEST_F(PollingThread, EndsBehindItsReportWithoutWaitingForTheDisconnect) {
     watches(20);
     measuringBoth();
-    const std::size_t threads = engine_test::threadCount();
+    const std::size_t threads = support::threadCount();
     if (threads == 0) {
         GTEST_SKIP() << "threads cannot be counted here";
     }
@@ -128,7 +129,7 @@ TEST_F(PollingThread, EndsBehindItsReportWithoutWaitingForTheDisconnect) {
     });
     m_a.isSilent();
     ASSERT_TRUE(shows("task 3"));
-    EXPECT_TRUE(support::waitFor([&] { return engine_test::threadCount() == threads - 1; }));
+    EXPECT_TRUE(support::waitFor([&] { return support::threadCount() == threads - 1; }));
     EXPECT_EQ(count("task 2"), 0U);
     EXPECT_TRUE(isConnectEcu());
     EXPECT_TRUE(isMeasureing());

@@ -1,4 +1,5 @@
 #include "tests/engine/EngineTest.h"
+#include "tests/support/ThreadCount.h"
 
 #include <gtest/gtest.h>
 
@@ -17,8 +18,8 @@ namespace {
 
 using engine_test::EngineTest;
 using engine_test::offersDaq;
-using engine_test::threadCount;
 using engine_test::variable;
+using support::threadCount;
 
 std::size_t g_threadsBefore = 0;
 std::atomic<bool> g_ended = false;

@@ -1,5 +1,6 @@
 #include "engine/ProtoThread.h"
 #include "tests/engine/EngineTest.h"
+#include "tests/support/ThreadCount.h"
 
 #include <gmock/gmock.h>
 
@@ -9,7 +10,7 @@ namespace {
 
 using engine_test::EngineTest;
 using engine_test::Journal;
-using engine_test::threadCount;
+using support::threadCount;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;

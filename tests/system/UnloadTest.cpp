@@ -1,4 +1,5 @@
 #include "tests/support/TestHost.h"
+#include "tests/support/ThreadCount.h"
 
 #include <TalvexSDK.h>
 
@@ -9,7 +10,6 @@
 #include <atomic>
 #include <cstdint>
 #include <filesystem>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -18,17 +18,8 @@
 
 namespace {
 
+using support::threadCount;
 using support::waitFor;
-
-/// The thread sanitizer comes and goes with threads of its own, so nothing is counted under it.
-std::size_t threadCount() {
-#if defined(__SANITIZE_THREAD__)
-    return 0;
-#else
-    const std::filesystem::directory_iterator threads("/proc/self/task");
-    return static_cast<std::size_t>(std::distance(begin(threads), end(threads)));
-#endif
-}
 
 std::atomic<int> g_calls = 0;
 std::atomic<int> g_connects = 0;
