@@ -70,6 +70,18 @@ TEST(BasicCfgTransmit, ProtocolChoosesByteOrderAndAnalyser) {
     EXPECT_NE(dynamic_cast<CCP_MOUDLE::CcpMsgDecode*>(ccp.m_decoder.get()), nullptr);
 }
 
+TEST(BasicCfgTransmit, AnalyserKnowsTheByteOrder) {
+    for (const std::uint8_t order : std::initializer_list<std::uint8_t>{0, 1, 7}) {
+        EcuProtoCfg cfg = config();
+        cfg.xcp.byteOrder = order;
+        EXPECT_EQ(PlainTransmit(cfg, {}).m_decoder->swapBytes, order != 0);
+        cfg.protoType = 0;
+        cfg.ccp.byteOrder = order;
+        cfg.xcp.byteOrder = 0;
+        EXPECT_EQ(PlainTransmit(cfg, {}).m_decoder->swapBytes, order != 0);
+    }
+}
+
 TEST(BasicCfgTransmit, NewObjectHasNoFramesAndStatusZero) {
     const PlainTransmit object(config(), {});
     EXPECT_TRUE(object.m_frames.empty());

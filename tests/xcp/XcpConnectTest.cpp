@@ -114,6 +114,7 @@ TEST_F(XcpConnect, ResourceNeedsItsBitInAllThreeMasks) {
         EXPECT_EQ(task().connect(), 0U);
         EXPECT_EQ(ecu.count("f8 .."), row.seeds) << row.connect << row.status;
         EXPECT_EQ(host.seedLoads().size(), 1U);
+        EXPECT_FALSE(task().m_lib) << "the function is kept no longer than it is used";
     }
 }
 

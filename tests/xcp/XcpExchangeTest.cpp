@@ -2,6 +2,8 @@
 #include "tests/xcp/XcpTestSupport.h"
 #include "transport/StopFlag.h"
 
+#include <array>
+#include <mutex>
 #include <thread>
 
 using namespace xcp_test;
@@ -193,6 +195,21 @@ TEST_F(XcpReceive, SilenceLeavesAnEmptyResponse) {
     EXPECT_TRUE(host.logs().empty());
 }
 
+// Each frame ends the wait early; a wait that counted for its nominal length would be over at once.
+TEST_F(XcpReceive, BusFullOfDaqFramesDoesNotShortenTheWait) {
+    constexpr int kFlood = 3000;
+    task();
+    const std::jthread flood([this] {
+        for (int i = 0; i < kFlood; ++i) {
+            ecu.sends("05 01");
+            std::this_thread::sleep_for(std::chrono::microseconds(50));
+        }
+        ecu.sends("ff 07");
+    });
+    EXPECT_EQ(task().receiveResponse(request("fd"), response, 10000), 256U);
+    EXPECT_EQ(response.data[1], 7);
+}
+
 TEST_F(XcpReceive, OtherFramesAreLeftWhereTheyAre) {
     cfg.xcp.daqListCanIds = {{0, 0x300}};
     task();
@@ -302,6 +319,27 @@ TEST_F(XcpExchange, LostLinkSendsNothing) {
     EXPECT_FALSE(exchanges("fd"));
     EXPECT_TRUE(sent().empty());
     EXPECT_EQ(host.logTexts(4), Texts{"连接已断开"});
+}
+
+TEST_F(XcpExchange, LogFunctionsHearOfALostLinkWithoutTheLock) {
+    task().m_linkLost = true;
+    int heard = 0;
+    host.onEvent([&](const std::string& /*entry*/) {
+        ++heard;
+        std::thread([this] {
+            const std::unique_lock lock(task().m_mutex, std::try_to_lock);
+            EXPECT_TRUE(lock.owns_lock());
+        }).join();
+    });
+    std::uint32_t checksum = 0;
+    std::array<std::uint8_t, XcpProtoTransmit::kFrameRoom> bytes{};
+    task().cmdSynch();
+    task().cmdGetStatus();
+    task().cmdStartStopSynch(0);
+    task().cmdBuildChecksum(8, checksum);
+    task().shortUpload(0, 0, bytes.data(), 1, 1);
+    EXPECT_EQ(heard, 5);
+    host.onEvent({});
 }
 
 TEST_F(XcpExchange, TimeOutOfZeroMakesEveryCommandFail) {

@@ -34,6 +34,17 @@ TEST_F(XcpSeedKey, PaddingBytesBecomePartOfTheSeed) {
     EXPECT_EQ(fetched(), "11 22 33 44 00 00");
 }
 
+TEST_F(XcpSeedKey, FunctionIsGivenThePaddingAsPartOfTheSeed) {
+    std::uint8_t given = 0;
+    task().m_lib = [&given](auto, std::uint8_t length, auto*, std::uint8_t* keyLength, auto*) {
+        given = length;
+        return (*keyLength = 1) != 0;
+    };
+    ecu.answers("f8 ..", {"ff 04 11 22 33 44 00 00"});
+    EXPECT_EQ(task().unlockResource(1), 0U);
+    EXPECT_EQ(given, 6);
+}
+
 TEST_F(XcpSeedKey, LongSeedIsFetchedWithModeOne) {
     ecu.answers("f8 00 01", {"ff 0a 01 02 03 04 05 06"});
     ecu.answers("f8 01 01", {"ff 04 07 08 09 0a 00 00"});
