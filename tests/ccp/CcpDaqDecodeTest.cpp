@@ -11,20 +11,7 @@ using daq_test::frame;
 using daq_test::odt;
 using daq_test::text;
 
-/// A planner with a plan made by hand.
-class CcpDaqDecodeDto : public testing::Test {
-protected:
-    void list(std::uint16_t number, std::uint8_t firstPid, std::vector<DaqOdtPlan> odts,
-              std::list<std::string> names) {
-        const auto lastPid = static_cast<std::uint8_t>(firstPid + odts.size() - 1);
-        m_daq.m_daqLists[number] = {1, firstPid, lastPid, 0, std::move(odts), 0};
-        m_daq.m_finishedNames[1][number] = std::move(names);
-    }
-
-    std::string decodes(const msgBuf& one) { return text(m_daq.decodeDto(one)); }
-
-    CCP_MOUDLE::CcpDaq m_daq;
-};
+using CcpDaqDecodeDto = daq_test::DecodeTest<CCP_MOUDLE::CcpDaq>;
 
 TEST_F(CcpDaqDecodeDto, ValuesComeOneCycleLateWithTheTimeOfTheirOwnCycle) {
     list(0, 4, {odt({entry("b", 0, 0, 2), entry("a", 0, 2, 1)})}, {"b", "a"});

@@ -11,35 +11,16 @@ using daq_test::text;
 using daq_test::variable;
 
 /// Packs one list with ODTs of 7 bytes unless a test says otherwise.
-class CcpDaqPack : public testing::Test {
+class CcpDaqPack : public daq_test::PackTest<CCP_MOUDLE::CcpDaq> {
 protected:
     std::string packs(std::vector<mcMeasureVariable> variables, std::uint8_t budget = 10) {
-        m_variables = std::move(variables);
-        m_odts = m_daq.packOdts(budget, m_variables, m_names, false);
-        return text(m_odts);
+        return packsWithin(std::move(variables), false, budget);
     }
-
-    std::string left() const { return text(m_variables); }
-    std::string names() const { return text(m_names); }
-
-    CCP_MOUDLE::CcpDaq m_daq;
-    std::vector<mcMeasureVariable> m_variables;
-    std::list<std::string> m_names;
-    std::vector<DaqOdtPlan> m_odts;
 };
 
-class CcpDaqPackMode0 : public CcpDaqPack {
-protected:
-    CcpDaqPackMode0() { m_daq.m_packMode = 0; }
-};
-class CcpDaqPackMode1 : public CcpDaqPack {
-protected:
-    CcpDaqPackMode1() { m_daq.m_packMode = 1; }
-};
-class CcpDaqPackMode2 : public CcpDaqPack {
-protected:
-    CcpDaqPackMode2() { m_daq.m_packMode = 2; }
-};
+using CcpDaqPackMode0 = daq_test::PackModeTest<CcpDaqPack, 0>;
+using CcpDaqPackMode1 = daq_test::PackModeTest<CcpDaqPack, 1>;
+using CcpDaqPackMode2 = daq_test::PackModeTest<CcpDaqPack, 2>;
 
 TEST_F(CcpDaqPackMode0, TheThirdOfFourTwoFourClosesTheOdt) {
     EXPECT_EQ(packs({variable("a", 4), variable("b", 2), variable("c", 4)}), "a@0:4 b@4:2 | c@0:4");

@@ -11,7 +11,7 @@ using daq_test::text;
 using daq_test::variable;
 
 /// Plans with ODTs of 7 bytes in pieces over the lists that a test describes.
-class CcpDaqPlanLists : public testing::Test {
+class CcpDaqPlanLists : public daq_test::PlanTest<CCP_MOUDLE::CcpDaq> {
 protected:
     CcpDaqPlanLists() {
         m_cfg.protoType = 0;
@@ -23,39 +23,6 @@ protected:
               std::vector<std::uint8_t> events = {}) {
         m_cfg.ccp.daqLists[number] = {number, odtCount, firstPid, 0, std::move(events)};
     }
-
-    void plans(const std::vector<mcMeasureVariable>& variables, bool unlimited = false) {
-        m_daq.reset();
-        m_daq.configure(m_cfg);
-        m_daq.assignVariables(variables);
-        m_daq.planLists(unlimited);
-    }
-
-    std::string lists() const {
-        std::string shown;
-        for (const auto& [number, plan] : m_daq.m_daqLists) {
-            shown += (shown.empty() ? "" : " ") + std::to_string(number) + ":e" + std::to_string(plan.event) +
-                     "[" + text(plan.odts) + "]";
-        }
-        return shown;
-    }
-
-    std::string names() const {
-        std::string shown;
-        for (const auto& [number, lists] : m_daq.m_finishedNames) {
-            shown += (shown.empty() ? "e" : " e") + std::to_string(number) + "{";
-            for (const auto& [one, finished] : lists) {
-                shown += (shown.back() == '{' ? "" : " ") + std::to_string(one) + ":" + text(finished);
-            }
-            shown += "}";
-        }
-        return shown;
-    }
-
-    std::string polled() const { return text(m_daq.m_pollVars); }
-
-    EcuProtoCfg m_cfg;
-    CCP_MOUDLE::CcpDaq m_daq;
 };
 
 TEST(CcpDaqConfigure, CopiesTheDaqFactsAndLeavesThoseOfXcp) {

@@ -3,12 +3,9 @@
 #pragma once
 
 #include "ccp/CcpTaskTransmit.h"
-#include "tests/support/HexText.h"
-#include "tests/support/ScriptedEcu.h"
-#include "tests/support/TestHost.h"
+#include "tests/support/TaskTest.h"
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -17,30 +14,18 @@
 namespace ccp_test {
 
 using CCP_MOUDLE::CcpTaskTransmit;
+using support::segment;
+using support::variable;
 using Texts = std::vector<std::string>;
 
 /// Set `cfg` first; the object is made from it with the first call of `task`. The ECU answers every command
 /// positively with eight bytes, unless told otherwise. Frames are compared without their counter.
-class CcpTest : public testing::Test {
+class CcpTest : public support::TaskTest<CcpTaskTransmit> {
 protected:
-    CcpTest() {
+    CcpTest() : TaskTest(false) {
         cfg.protoType = 0;
         cfg.ccp.timeoutMs = 20;
         ecu.answers("1b ..", {"ff 00 @1 02 01 00 00 00"});
-    }
-
-    CcpTaskTransmit& task() {
-        if (!m_task) {
-            m_task = std::make_unique<CcpTaskTransmit>(cfg, callBacks);
-        }
-        return *m_task;
-    }
-
-    /// Forgets object, frames and records.
-    void startsAnew() {
-        m_task.reset();
-        ecu.clearSent();
-        host.clear();
     }
 
     /// @return the frames sent since the last call, "##" in the place of the counter
@@ -51,12 +36,6 @@ protected:
             frame.replace(3, 2, "##");
         }
         return frames;
-    }
-
-    void supports(const std::string& codes) {
-        for (const std::uint8_t code : support::bytes(codes)) {
-            cfg.supportedCmds.insert(code);
-        }
     }
 
     /// Refuses a command with "Access denied", which no repeat changes.
@@ -80,32 +59,8 @@ protected:
         });
     }
 
-    support::TestHost host;
-    support::ScriptedEcu ecu{host, {}, false};
-    EcuProtoCfg cfg = ecu.config();
-    CallBackFuns callBacks = support::TestHost::callBacks();
-
 private:
-    std::unique_ptr<CcpTaskTransmit> m_task;
     std::uint8_t m_mta = 0;
 };
-
-inline mcMeasureVariable variable(const std::string& name, std::uint32_t address, std::uint32_t size,
-                                  std::uint16_t event = 0, std::uint16_t period = 0) {
-    mcMeasureVariable made;
-    made.name = name;
-    made.address = address;
-    made.size = size;
-    made.event = event;
-    made.period = period;
-    return made;
-}
-
-inline mcMemoryInfo segment(std::uint32_t address, std::uint32_t length) {
-    mcMemoryInfo made;
-    made.address = address;
-    made.length = length;
-    return made;
-}
 
 }  // namespace ccp_test

@@ -10,7 +10,10 @@
 #include <initializer_list>
 #include <list>
 #include <string>
+#include <utility>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 namespace daq_test {
 
@@ -116,5 +119,90 @@ inline msgBuf frame(std::uint64_t time, std::initializer_list<int> bytes) {
                    [](int byte) { return static_cast<std::uint8_t>(byte); });
     return made;
 }
+
+/// Plans the lists that a test describes in `m_cfg`.
+template <typename Daq>
+class PlanTest : public testing::Test {
+protected:
+    void plans(const std::vector<mcMeasureVariable>& variables, bool unlimited = false) {
+        m_daq.reset();
+        m_daq.configure(m_cfg);
+        m_daq.assignVariables(variables);
+        m_daq.planLists(unlimited);
+    }
+
+    /// The plan as "0:e3[a@0:4 | b@0:1] 1:e3[]".
+    std::string lists() const {
+        std::string shown;
+        for (const auto& [number, plan] : m_daq.m_daqLists) {
+            shown += (shown.empty() ? "" : " ") + std::to_string(number) + ":e" + std::to_string(plan.event) +
+                     "[" + text(plan.odts) + "]";
+        }
+        return shown;
+    }
+
+    /// The names as "e3{0:a b 1:c}".
+    std::string names() const {
+        std::string shown;
+        for (const auto& [number, lists] : m_daq.m_finishedNames) {
+            shown += (shown.empty() ? "e" : " e") + std::to_string(number) + "{";
+            for (const auto& [list, finished] : lists) {
+                shown += (shown.back() == '{' ? "" : " ") + std::to_string(list) + ":" + text(finished);
+            }
+            shown += "}";
+        }
+        return shown;
+    }
+
+    std::string polled() const { return text(m_daq.m_pollVars); }
+
+    EcuProtoCfg m_cfg;
+    Daq m_daq;
+};
+
+/// Packs one list.
+template <typename Daq>
+class PackTest : public testing::Test {
+protected:
+    /// @param limits  what the planner's `packOdts` takes ahead of the variables
+    template <typename... Limits>
+    std::string packsWithin(std::vector<mcMeasureVariable> variables, bool unlimited, Limits... limits) {
+        m_variables = std::move(variables);
+        m_odts = m_daq.packOdts(limits..., m_variables, m_names, unlimited);
+        return text(m_odts);
+    }
+
+    std::string left() const { return text(m_variables); }
+    std::string names() const { return text(m_names); }
+
+    Daq m_daq;
+    std::vector<mcMeasureVariable> m_variables;
+    std::list<std::string> m_names;
+    std::vector<DaqOdtPlan> m_odts;
+};
+
+/// The same in one pack mode. @tparam Pack  a `PackTest`
+template <typename Pack, std::uint8_t mode>
+class PackModeTest : public Pack {
+protected:
+    PackModeTest() { this->m_daq.m_packMode = mode; }
+};
+
+/// Takes DTOs by a plan made by hand.
+template <typename Daq>
+class DecodeTest : public testing::Test {
+protected:
+    /// A list of event 1 that finishes @p names.
+    void list(std::uint16_t number, std::uint8_t firstPid, std::vector<DaqOdtPlan> odts,
+              std::list<std::string> names) {
+        const auto lastPid = static_cast<std::uint8_t>(firstPid + odts.size() - 1);
+        m_daq.m_daqLists[number] = {1, firstPid, lastPid, 0, std::move(odts), 0};
+        m_daq.m_finishedNames[1][number] = std::move(names);
+    }
+
+    std::string decodes(const msgBuf& one) { return text(m_daq.decodeDto(one)); }
+
+    Daq m_daq;
+};
 
 }  // namespace daq_test

@@ -15,36 +15,17 @@ constexpr std::uint8_t kRelativeWord = 0x80;
 constexpr std::uint8_t kAligned = 0xC0;
 
 /// Packs one list: 8-byte frames, absolute ODT numbers and no ODT limit unless a test says otherwise.
-class XcpDaqPack : public testing::Test {
+class XcpDaqPack : public daq_test::PackTest<XCP_MOUDLE::XcpDaq> {
 protected:
     std::string packs(std::vector<mcMeasureVariable> variables, std::uint8_t budget = 0,
                       std::uint8_t odtLimit = 0, bool unlimited = false) {
-        m_variables = std::move(variables);
-        m_odts = m_daq.packOdts(budget, odtLimit, m_variables, m_names, unlimited);
-        return text(m_odts);
+        return packsWithin(std::move(variables), unlimited, budget, odtLimit);
     }
-
-    std::string left() const { return text(m_variables); }
-    std::string names() const { return text(m_names); }
-
-    XCP_MOUDLE::XcpDaq m_daq;
-    std::vector<mcMeasureVariable> m_variables;
-    std::list<std::string> m_names;
-    std::vector<DaqOdtPlan> m_odts;
 };
 
-class XcpDaqPackMode0 : public XcpDaqPack {
-protected:
-    XcpDaqPackMode0() { m_daq.m_packMode = 0; }
-};
-class XcpDaqPackMode1 : public XcpDaqPack {
-protected:
-    XcpDaqPackMode1() { m_daq.m_packMode = 1; }
-};
-class XcpDaqPackMode2 : public XcpDaqPack {
-protected:
-    XcpDaqPackMode2() { m_daq.m_packMode = 2; }
-};
+using XcpDaqPackMode0 = daq_test::PackModeTest<XcpDaqPack, 0>;
+using XcpDaqPackMode1 = daq_test::PackModeTest<XcpDaqPack, 1>;
+using XcpDaqPackMode2 = daq_test::PackModeTest<XcpDaqPack, 2>;
 
 TEST_F(XcpDaqPackMode0, AVariableThatDoesNotFitTheRestClosesTheOdt) {
     EXPECT_EQ(packs({variable("a", 4), variable("b", 2), variable("c", 4)}), "a@0:4 b@4:2 | c@0:4");

@@ -11,7 +11,7 @@ using daq_test::text;
 using daq_test::variable;
 
 /// Plans with ODTs of 7 bytes in pieces, and no limit of list numbers unless a test says otherwise.
-class XcpDaqPlanLists : public testing::Test {
+class XcpDaqPlanLists : public daq_test::PlanTest<XCP_MOUDLE::XcpDaq> {
 protected:
     XcpDaqPlanLists() {
         m_cfg.xcp.packMode = 2;
@@ -35,41 +35,6 @@ protected:
         m_cfg.xcp.events[number].maxDaqList = maxLists;
         m_cfg.xcp.events[number].timeCycle = cycle;
     }
-
-    void plans(const std::vector<mcMeasureVariable>& variables, bool unlimited = false) {
-        m_daq.reset();
-        m_daq.configure(m_cfg);
-        m_daq.assignVariables(variables);
-        m_daq.planLists(unlimited);
-    }
-
-    /// The plan as "0:e3[a@0:4 | b@0:1] 1:e3[]".
-    std::string lists() const {
-        std::string shown;
-        for (const auto& [number, plan] : m_daq.m_daqLists) {
-            shown += (shown.empty() ? "" : " ") + std::to_string(number) + ":e" + std::to_string(plan.event) +
-                     "[" + text(plan.odts) + "]";
-        }
-        return shown;
-    }
-
-    /// The names as "e3{0:a b 1:c}".
-    std::string names() const {
-        std::string shown;
-        for (const auto& [number, lists] : m_daq.m_finishedNames) {
-            shown += (shown.empty() ? "e" : " e") + std::to_string(number) + "{";
-            for (const auto& [list, finished] : lists) {
-                shown += (shown.back() == '{' ? "" : " ") + std::to_string(list) + ":" + text(finished);
-            }
-            shown += "}";
-        }
-        return shown;
-    }
-
-    std::string polled() const { return text(m_daq.m_pollVars); }
-
-    EcuProtoCfg m_cfg;
-    XCP_MOUDLE::XcpDaq m_daq;
 };
 
 TEST(XcpDaqConfigure, CopiesTheDaqFacts) {
