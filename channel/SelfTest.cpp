@@ -122,8 +122,9 @@ private:
     std::array<std::uint8_t, 64> m_buffer{};
 };
 
-/// The threads of running self-tests. Made after what they use and joined before it goes, so that a library
-/// that is unloaded in the middle of a test leaves nothing behind.
+/// The threads of running self-tests; those that are over go with the next start. Made after what they use
+/// and joined before it goes, so that a library that is unloaded in the middle of a test leaves nothing
+/// behind.
 class SelfTests {
 public:
     SelfTests() { channelRegistry(); }
@@ -134,19 +135,36 @@ public:
     ~SelfTests() {
         m_end = true;
         stopFlag().close();
-        for (std::thread& thread : m_threads) {
-            thread.join();
+        for (Run& run : m_runs) {
+            run.thread.join();
         }
     }
 
     void start(EcuProtoCfg cfg) {
         const std::lock_guard lock(m_mutex);
-        m_threads.emplace_back([this, own = std::move(cfg)] { Script(own, m_end).run(); });
+        m_runs.remove_if(isOver);
+        Run& run = m_runs.emplace_back();
+        run.thread = std::thread([this, &run, own = std::move(cfg)] {
+            Script(own, m_end).run();
+            run.done = true;
+        });
     }
 
 private:
-    std::mutex m_mutex;  ///< guards m_threads
-    std::list<std::thread> m_threads;
+    struct Run {
+        std::atomic<bool> done = false;
+        std::thread thread;
+    };
+
+    static bool isOver(Run& run) {
+        if (run.done) {
+            run.thread.join();
+        }
+        return run.done;
+    }
+
+    std::mutex m_mutex;  ///< guards m_runs
+    std::list<Run> m_runs;
     std::atomic<bool> m_end = false;
 };
 
