@@ -1,0 +1,30 @@
+/// @file
+/// CCP messages as the station reads and makes them.
+#pragma once
+
+#include "sim/CcpEcuCodes.h"
+#include "sim/XcpEcuPacket.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace sim {
+
+/// A command: code, command counter, parameters. Bytes behind the end of its frame read as zero.
+using CcpRequest = XcpRequest;
+
+/// Bytes to send, put together in the byte order of the ECU.
+using CcpPacket = XcpPacket;
+
+/// What a command brings: a return code, and the data behind the command counter.
+struct CcpAnswer {
+    CcpReturn code = CcpReturn::acknowledge;
+    std::vector<std::uint8_t> data;
+
+    CcpAnswer() = default;
+    CcpAnswer(CcpReturn returnCode) : code(returnCode) {}  // NOLINT: handlers return codes
+    CcpAnswer(const CcpPacket& packet)                     // NOLINT: handlers return data
+        : data(packet.view().begin(), packet.view().end()) {}
+};
+
+}  // namespace sim
