@@ -23,13 +23,23 @@ void checkVariable(Verdict& verdict, const std::string& name, const VariableRepo
     }
 }
 
+bool reaches(const VariableReport& report, std::uint64_t end) {
+    return report.lastEvent + kUnderWay >= end;
+}
+
+/// Whether a variable is measured by DAQ and its values show what is missing.
+bool showsCoverage(const EcuRecord& ecu, const VariableRecord& variable) {
+    return !ecu.rejects(variable) && variable.periodMs == 0 && variable.signal &&
+           ecu.signals[*variable.signal].first.kind == sim::SignalKind::counter;
+}
+
 /// A channel that began late or fell silent early leaves no gap between its values.
 void checkCoverage(Verdict& verdict, const std::string& name, const VariableReport& report,
                    std::uint64_t begin, std::uint64_t end) {
     verdict.require(report.firstEvent <= begin + kLateStart,
                     fmt::format("{}: the first value is of event {}, but events are measured from {} on",
                                 name, report.firstEvent, begin));
-    verdict.require(report.lastEvent + kUnderWay >= end,
+    verdict.require(reaches(report, end),
                     fmt::format("{}: the last value is of event {}, but events are measured up to {}", name,
                                 report.lastEvent, end));
 }
@@ -64,12 +74,21 @@ void checkMeasured(Verdict& verdict, const EcuRecord& ecu, const EcuReport& repo
             continue;
         }
         checkVariable(verdict, name, found);
-        if (variable.periodMs == 0 && variable.signal &&
-            ecu.signals[*variable.signal].first.kind == sim::SignalKind::counter) {
+        if (showsCoverage(ecu, variable)) {
             checkCoverage(verdict, name, found, events.begin.at(variable.event),
                           events.end.at(variable.event));
         }
     }
+}
+
+bool cameToTheEnd(const EcuRecord& ecu, const EcuReport& report, const MeasuredEvents& events) {
+    for (std::size_t i = 0; i < ecu.variables.size(); ++i) {
+        const VariableRecord& variable = ecu.variables[i];
+        if (showsCoverage(ecu, variable) && !reaches(report.variables[i], events.end.at(variable.event))) {
+            return false;
+        }
+    }
+    return true;
 }
 
 void checkReadOnce(Verdict& verdict, const EcuRecord& ecu, const EcuReport& report, std::uint64_t expected) {

@@ -22,6 +22,9 @@ struct MeasuredEvents {
 void checkMeasured(Verdict& verdict, const EcuRecord& ecu, const EcuReport& report,
                    const MeasuredEvents& events);
 
+/// Whether the values came up to the end of the measurement, but for those that are still on their way.
+[[nodiscard]] bool cameToTheEnd(const EcuRecord& ecu, const EcuReport& report, const MeasuredEvents& events);
+
 /// Checks what was read once: memory values right, and the variables that had to be refused named.
 /// @param expected  how many values were to come
 void checkReadOnce(Verdict& verdict, const EcuRecord& ecu, const EcuReport& report, std::uint64_t expected);

@@ -1,5 +1,6 @@
 #include "host/DemoCommand.h"
 
+#include "host/CandumpLog.h"
 #include "host/Config.h"
 #include "host/DemoRun.h"
 #include "host/Interrupt.h"
@@ -15,8 +16,16 @@ ExitCode runDemo(const DemoOptions& options) {
         Config config = loadConfig(options.config);
         config.demo.seconds = options.seconds.value_or(config.demo.seconds);
         Output output(stdout, !options.noColour);
-        DemoRun run(config, output);
-        return run.run();
+        std::optional<CandumpWriter> trace;
+        if (options.trace) {
+            trace.emplace(*options.trace);
+        }
+        ExitCode code = DemoRun(config, output, trace ? &*trace : nullptr).run();
+        if (trace && !trace->close()) {
+            Output(stderr, false).line("talvex: " + *options.trace + " could not be written whole");
+            code = ExitCode::failed;
+        }
+        return code;
     } catch (const ConfigError& error) {
         Output(stderr, false).line(std::string("talvex: ") + error.what());
         return ExitCode::usage;

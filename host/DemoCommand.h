@@ -11,7 +11,8 @@ namespace host {
 
 struct DemoOptions {
     std::string config = "examples/demo.toml";
-    std::optional<double> seconds;  ///< of measuring, instead of what the configuration says
+    std::optional<double> seconds;     ///< of measuring, instead of what the configuration says
+    std::optional<std::string> trace;  ///< file for a log of every frame, in the form of `candump -L`
     bool noColour = false;
 };
 

@@ -11,6 +11,7 @@
 #include <bit>
 #include <iterator>
 #include <map>
+#include <thread>
 
 namespace host {
 namespace {
@@ -38,6 +39,20 @@ sim::Frame simulatedFrame(const OutgoingFrame& frame) {
     return copy;
 }
 
+/// Log readers know a bus by the name of an interface.
+LoggedFrame loggedFrame(const sim::Frame& frame, std::uint8_t channel, std::uint64_t timeUs) {
+    LoggedFrame logged;
+    logged.timeUs = static_cast<std::int64_t>(timeUs);
+    logged.interface = fmt::format("can{}", channel);
+    logged.id = frame.id;
+    logged.extended = frame.extended;
+    logged.fd = frame.fd;
+    logged.rateSwitch = frame.brs;
+    logged.length = frame.length;
+    logged.data = frame.data;
+    return logged;
+}
+
 std::vector<std::string> ecuNames(const Config& config) {
     std::vector<std::string> names;
     std::transform(config.ecus.begin(), config.ecus.end(), std::back_inserter(names),
@@ -51,18 +66,23 @@ double seconds(std::chrono::steady_clock::duration time) {
 
 }  // namespace
 
-DemoRun::DemoRun(const Config& config, Output& output)
+DemoRun::DemoRun(const Config& config, Output& output, CandumpWriter* trace)
     : m_config(config), m_output(output), m_events(config.ecus.size()), m_session(handlers()) {
-    makeStations();
+    makeStations(trace);
 }
 
-void DemoRun::makeStations() {
+void DemoRun::makeStations(CandumpWriter* trace) {
     for (std::size_t i = 0; i < m_config.buses.size(); ++i) {
         const std::uint8_t channel = m_config.buses[i].channel;
         m_buses.push_back(std::make_unique<SimulatedBus>(
             m_config, i, [channel](const sim::Frame& frame, std::uint64_t timeUs) {
                 recvCanMsg(0, timeUs, channel, frame.id, frame.length, frame.data.data());
             }));
+        if (trace != nullptr) {
+            m_buses.back()->watch([trace, channel](const sim::Frame& frame, std::uint64_t timeUs) {
+                trace->write(loggedFrame(frame, channel, timeUs));
+            });
+        }
     }
     for (std::size_t i = 0; i < m_config.ecus.size(); ++i) {
         EcuProbe probe;
@@ -227,8 +247,32 @@ bool DemoRun::measure() {
         }
     }
     m_countersAfter = busCounters();
+    concludeMeasurement();
     say("measure", fmt::format("{:.1f} s of bus time", m_config.demo.seconds));
     return !givenUp() && !lostEarly();
+}
+
+/// Judges values up to here and no further: while the library waits for an ECU that is about to fall silent,
+/// the frames of the others pile up, and it keeps only the latest 2000 of each.
+void DemoRun::concludeMeasurement() {
+    for (std::size_t i = 0; i < m_config.ecus.size(); ++i) {
+        m_events[i].end = eventIndices(i);
+    }
+    const auto deadline = std::chrono::steady_clock::now() + kStall;
+    const auto allCame = [this] {
+        for (std::size_t i = 0; i < m_config.ecus.size(); ++i) {
+            if (!cameToTheEnd(m_config.ecus[i], m_monitors[i]->report(), m_events[i])) {
+                return false;
+            }
+        }
+        return true;
+    };
+    while (!allCame() && !givenUp() && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(milliseconds(10));
+    }
+    for (const auto& monitor : m_monitors) {
+        monitor->conclude();
+    }
 }
 
 bool DemoRun::lostEarly() {
@@ -243,9 +287,6 @@ bool DemoRun::lostEarly() {
 bool DemoRun::loseOne() {
     const std::size_t lost = m_config.demo.silenced;
     const EcuRecord& record = m_config.ecus[lost];
-    for (std::size_t i = 0; i < m_config.ecus.size(); ++i) {
-        m_events[i].end = eventIndices(i);
-    }
     busOf(lost).silence(lost);
     const auto silencedAt = std::chrono::steady_clock::now();
     say("silence", fmt::format("{} sends nothing any more", record.name));

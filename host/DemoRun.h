@@ -2,6 +2,7 @@
 /// One run of the demo: simulated ECUs connected, unlocked, measured, one lost, all disconnected.
 #pragma once
 
+#include "host/CandumpLog.h"
 #include "host/ConfigRecords.h"
 #include "host/DemoChecks.h"
 #include "host/EcuMonitor.h"
@@ -22,9 +23,10 @@ namespace host {
 /// Runs once. Prints each step, a table of what was measured, the load of the buses and a verdict.
 class DemoRun {
 public:
-    /// Powers on the ECUs. @param config, output  must outlive the object
+    /// Powers on the ECUs. @param config, output, trace  must outlive the object
+    /// @param trace  gets every frame of all buses; null for none
     /// @throws ConfigError if an ECU cannot be simulated as it is described
-    DemoRun(const Config& config, Output& output);
+    DemoRun(const Config& config, Output& output, CandumpWriter* trace);
 
     /// @return done only if every check of the verdict held
     [[nodiscard]] ExitCode run();
@@ -38,6 +40,9 @@ private:
     [[nodiscard]] bool loseOne();
     [[nodiscard]] bool disconnectAfterLoss();
 
+    /// Waits for the values that are still on their way and takes no more.
+    void concludeMeasurement();
+
     /// Whether an ECU was declared lost before its time; that goes into the verdict.
     [[nodiscard]] bool lostEarly();
 
@@ -45,7 +50,7 @@ private:
     void closeConnection();
 
     [[nodiscard]] SessionHandlers handlers();
-    void makeStations();
+    void makeStations(CandumpWriter* trace);
     void send(const OutgoingFrame& frame);
     [[nodiscard]] SimulatedBus& busOf(std::size_t ecu);
     [[nodiscard]] sim::XcpEcu& ecu(std::size_t index) { return busOf(index).ecu(index); }

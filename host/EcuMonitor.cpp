@@ -24,6 +24,9 @@ EcuMonitor::EcuMonitor(const EcuRecord& ecu, EcuProbe probe) : m_ecu(ecu), m_pro
 
 void EcuMonitor::take(const ValueDelivery& delivery) {
     const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_concluded) {
+        return;
+    }
     m_report.rejected.insert(m_report.rejected.end(), delivery.rejected.begin(), delivery.rejected.end());
     if (!delivery.values.empty()) {
         ++m_report.deliveries.at(static_cast<std::size_t>(delivery.kind));
@@ -45,6 +48,11 @@ void EcuMonitor::take(const ValueDelivery& delivery) {
                 found != named.end() ? std::optional(EventSpan{found->second, found->second}) : std::nullopt);
         }
     }
+}
+
+void EcuMonitor::conclude() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_concluded = true;
 }
 
 EcuReport EcuMonitor::report() const {

@@ -58,6 +58,9 @@ public:
 
     void take(const ValueDelivery& delivery);
 
+    /// From here on values are neither kept nor judged.
+    void conclude();
+
     [[nodiscard]] EcuReport report() const;
 
 private:
@@ -80,6 +83,7 @@ private:
     /// never calls the host while it holds its own.
     mutable std::mutex m_mutex;
     EcuReport m_report;
+    bool m_concluded = false;  ///< guarded by m_mutex
 };
 
 }  // namespace host

@@ -1,5 +1,6 @@
 // talvex: the command line.
 #include "host/ConfigRecords.h"
+#include "host/DecodeCommand.h"
 #include "host/DemoCommand.h"
 #include "host/ExitCode.h"
 
@@ -20,8 +21,31 @@ void addDemo(CLI::App& app, host::DemoOptions& options, std::function<ExitCode()
         ->capture_default_str();
     demo->add_option("--seconds", options.seconds, "Measuring time in seconds of bus time")
         ->check(CLI::Range(host::kLeastSeconds, host::kMostSeconds));
+    demo->add_option("--trace", options.trace, "Writes every frame to this file, as candump -L does");
     demo->add_flag("--no-color,--no-colour", options.noColour, "No colours on a terminal");
     demo->callback([&] { chosen = [&options] { return host::runDemo(options); }; });
+}
+
+/// Adds `decode` to @p app; it leaves what it is to run in @p chosen.
+void addDecode(CLI::App& app, host::DecodeOptions& options, std::function<ExitCode()>& chosen) {
+    CLI::App* decode = app.add_subcommand("decode", "Shows the CCP and XCP frames of a candump log by name");
+    decode->add_option("log", options.log, "Log of candump, with or without -L; - is standard input")
+        ->required();
+    decode
+        ->add_option("--xcp", options.xcpPairs,
+                     "Identifiers to and from an XCP ECU and its byte order: 600:601 or 18DA10F1:18DAF110,be")
+        ->allow_extra_args(false);
+    decode->add_option("--ccp", options.ccpPairs, "The same for a CCP ECU")->allow_extra_args(false);
+    decode->add_option(
+        "-c,--config", options.config,
+        "Configuration whose ECUs are looked for [examples/demo.toml if no identifiers are given]");
+    decode->add_flag("--json", options.json, "JSON, one object a line");
+    decode->add_flag("--stats", options.stats,
+                     "Instead of frames a table: commands, answers, errors, response times");
+    decode->add_flag("--delta", options.timeDeltas,
+                     "The log holds times since the line before (candump -td)");
+    decode->add_flag("--no-color,--no-colour", options.noColour, "No colours on a terminal");
+    decode->callback([&] { chosen = [&options] { return host::runDecode(options); }; });
 }
 
 ExitCode run(int argc, char** argv) {
@@ -30,7 +54,9 @@ ExitCode run(int argc, char** argv) {
     app.fallthrough(false);
     host::DemoOptions demoOptions;
     std::function<ExitCode()> chosen;
+    host::DecodeOptions decodeOptions;
     addDemo(app, demoOptions, chosen);
+    addDecode(app, decodeOptions, chosen);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

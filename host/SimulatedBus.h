@@ -13,6 +13,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <utility>
 
 namespace host {
 
@@ -20,7 +21,7 @@ namespace host {
 /// destruction.
 class SimulatedBus : private sim::Node {
 public:
-    /// Takes a frame of an ECU; @p timeUs is bus time in microseconds. On the thread of the bus.
+    /// Takes a frame; @p timeUs is bus time in microseconds. On the thread of the bus.
     using Receiver = std::function<void(const sim::Frame& frame, std::uint64_t timeUs)>;
 
     /// Powers on the ECUs of the bus with index @p bus.
@@ -32,6 +33,13 @@ public:
 
     /// Sends a frame as the host.
     void send(const sim::Frame& frame) { m_hostPort->send(frame); }
+
+    /// Has @p watcher called with every frame on the wire, of both directions, on the thread of the bus. It
+    /// has to live as long as the object.
+    void watch(Receiver watcher) {
+        m_bus.setMonitor([watcher = std::move(watcher)](const sim::Frame& frame, sim::PortNumber,
+                                                        sim::Time end) { watcher(frame, end / 1000); });
+    }
 
     /// Whether the ECU with this index of the configuration is on this bus.
     [[nodiscard]] bool holds(std::size_t ecu) const { return m_stations.count(ecu) > 0; }

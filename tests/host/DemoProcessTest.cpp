@@ -42,10 +42,9 @@ std::string replacedInBothEcus(std::string text, const std::string& what, const 
     return replaced(replaced(std::move(text), what, with), what, with);
 }
 
-// The example with longer time-outs, for a machine full of other work. They cannot be much longer: while the
-// library waits for the lost ECU, the frames of the other one pile up, and it keeps 2000 of them.
+// The example with longer time-outs, for a machine full of other work.
 std::string patientExample() {
-    return replacedInBothEcus(projectFile("examples/demo.toml"), "command_ms = 200", "command_ms = 300");
+    return replacedInBothEcus(projectFile("examples/demo.toml"), "command_ms = 200", "command_ms = 500");
 }
 
 // The load that the line of a bus names, in percent; -1 without such a line.
@@ -91,9 +90,7 @@ TEST(DemoProcess, DaqLoadsEachBusToFiftyToSeventyPercent) {
 }
 
 TEST(DemoProcess, OtherEcuCanBeTheOneThatIsLost) {
-    // The ECU that stays sends more frames, so it measures more slowly here.
-    const std::string slow = replacedInBothEcus(patientExample(), "cycle = 1,", "cycle = 4,");
-    const TempFile file(replaced(slow, "silenced = \"chassis\"", "silenced = \"engine\""));
+    const TempFile file(replaced(patientExample(), "silenced = \"chassis\"", "silenced = \"engine\""));
     Program program({"demo", file.path(), "--seconds", "1"});
     EXPECT_EQ(program.wait(), 0) << program.output();
     EXPECT_THAT(program.output(), HasSubstr(": ecu:engine-Recive msg timeout"));

@@ -92,6 +92,21 @@ TEST_F(EcuMonitor, RightValuesWithoutAGapAreGood) {
     EXPECT_EQ(m_monitor.report().variables[0].lastEvent, 21U);
 }
 
+TEST_F(EcuMonitor, ConcludedItJudgesNothingMore) {
+    deliverCycle(20);
+    deliver(ValueKind::polled, {{"polled", {20, 0, 0, 0}}});
+    m_monitor.conclude();
+    deliverCycle(30);
+    EXPECT_THAT(reasons(20, 22), IsEmpty());
+    EXPECT_EQ(m_monitor.report().variables[0].lastEvent, 20U);
+}
+
+TEST_F(EcuMonitor, ValuesComeToTheEndWithTheLastFewEventsStillOnTheirWay) {
+    deliverCycle(20);
+    EXPECT_TRUE(host::cameToTheEnd(m_ecu, m_monitor.report(), {{20}, {25}}));
+    EXPECT_FALSE(host::cameToTheEnd(m_ecu, m_monitor.report(), {{20}, {26}}));
+}
+
 TEST_F(EcuMonitor, MissingCycleIsAGapOfTheCounter) {
     deliverCycle(20);
     deliverCycle(23);
