@@ -195,6 +195,20 @@ std::uint32_t CcpProtoTransmit::cmdMove(std::uint32_t size) {
 /// What is asked for follows `maxCto`, what is copied follows `maxDto`: bytes that a response does not hold
 /// read as zeros.
 std::uint32_t CcpProtoTransmit::uploadBlock(std::uint8_t* destination, std::uint32_t length) {
+    return uploadTo([destination](std::uint32_t) { return destination; }, length);
+}
+
+std::uint32_t CcpProtoTransmit::uploadBlock(std::vector<std::uint8_t>& destination, std::uint32_t length) {
+    return uploadTo(
+        [&destination](std::uint32_t total) {
+            destination.resize(total);
+            return destination.data();
+        },
+        length);
+}
+
+std::uint32_t CcpProtoTransmit::uploadTo(const std::function<std::uint8_t*(std::uint32_t total)>& roomFor,
+                                         std::uint32_t length) {
     constexpr std::uint32_t kHead = kDataOffset;
     const std::lock_guard lock(m_mutex);
     const std::uint32_t askable = m_cfg.maxCto > kHead ? m_cfg.maxCto - kHead : 0;
@@ -211,6 +225,7 @@ std::uint32_t CcpProtoTransmit::uploadBlock(std::uint8_t* destination, std::uint
             break;
         }
         const std::uint32_t taken = std::min(copyable, left);
+        std::uint8_t* const destination = roomFor(read + taken);
         for (std::uint32_t i = 0; i < taken; ++i) {
             const std::size_t at = kDataOffset + i;
             destination[read + i] = at < kFrameSize ? response.data[at] : std::uint8_t{0};

@@ -10,6 +10,8 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
+#include <vector>
 
 namespace CCP_MOUDLE {
 
@@ -85,6 +87,8 @@ public:
     std::uint32_t cmdProgram6(const std::uint8_t* source);
     /// Reads from the MTA by UPLOAD. No repeats; looks at no link and keeps no status. @return bytes read
     std::uint32_t uploadBlock(std::uint8_t* destination, std::uint32_t length);
+    /// The same into a buffer that grows with what arrives.
+    std::uint32_t uploadBlock(std::vector<std::uint8_t>& destination, std::uint32_t length);
     /// Writes to the MTA by DNLOAD, or by PROGRAM if @p program is set, until a frame fails. That is not
     /// reported.
     void downloadBytes(std::uint8_t length, const std::uint8_t* source, bool program);
@@ -106,6 +110,8 @@ public:
     std::uint64_t m_lastStatusPoll = 0;  ///< microseconds, the last keep-alive; worker thread
 
 private:
+    std::uint32_t uploadTo(const std::function<std::uint8_t*(std::uint32_t total)>& roomFor,
+                           std::uint32_t length);
     CommandFrame command(std::uint8_t code, std::uint16_t length);
     CommandFrame dataCommand(std::uint8_t code, const std::uint8_t* source, std::uint8_t count);
     std::uint32_t run(CommandFrame& frame, msgBuf& response);

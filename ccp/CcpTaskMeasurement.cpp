@@ -17,7 +17,6 @@ namespace {
 enum StartStopMode : std::uint8_t { kStop = 0, kStart = 1, kPrepare = 2 };
 
 constexpr std::uint32_t kShortUpLimit = 6;  ///< smaller variables go by SHORT_UP
-constexpr std::uint32_t kReadStep = 4096;   ///< a buffer grows with what arrives
 
 /// Where a pending frame goes. Answers and event messages stay for whoever waits.
 FrameFate fateOf(const EcuProtoCfg& cfg, const msgBuf& frame) {
@@ -160,16 +159,7 @@ std::uint32_t CcpTaskTransmit::readBytes(const mcMeasureVariable& variable, std:
     if (cmdSetMta(variable.address, variable.addressExtension) != 0) {
         return kResultSetMta;
     }
-    while (data.size() < variable.size) {
-        const std::size_t before = data.size();
-        const auto wanted =
-            static_cast<std::uint32_t>(std::min<std::size_t>(kReadStep, variable.size - before));
-        data.resize(before + wanted);
-        if (uploadBlock(data.data() + before, wanted) < wanted) {
-            return kResultUpload;
-        }
-    }
-    return kResultOk;
+    return uploadBlock(data, variable.size) < variable.size ? kResultUpload : kResultOk;
 }
 
 }  // namespace CCP_MOUDLE

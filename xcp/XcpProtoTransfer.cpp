@@ -16,6 +16,9 @@ using SteadyClock = std::chrono::steady_clock;
 /// Bytes of the largest upload that an 8-bit count can ask for.
 constexpr std::size_t kLargestUpload = 255;
 
+/// Responses without data in a row that end a slave block.
+constexpr std::size_t kMostEmpty = 255;
+
 /// Unit of MIN_ST.
 constexpr std::chrono::microseconds kMinStUnit{100};
 
@@ -37,10 +40,6 @@ std::size_t copyUploaded(const msgBuf& response, std::size_t granularity, std::s
     const std::size_t carried = std::min(wanted, length - granularity);
     std::copy_n(response.data.begin() + static_cast<std::ptrdiff_t>(granularity), carried, destination);
     return carried;
-}
-
-std::int32_t wholeMs(std::chrono::nanoseconds time) {
-    return static_cast<std::int32_t>(std::chrono::ceil<std::chrono::milliseconds>(time).count());
 }
 
 }  // namespace
@@ -110,8 +109,8 @@ std::uint8_t XcpProtoTransmit::uploadPlain(std::uint8_t* destination, std::uint8
     return static_cast<std::uint8_t>(stored);
 }
 
-/// One request, as many responses as it takes. A response without data does not end the reading, but it does
-/// not prolong it either: without data for `t1` the rest is given up.
+/// One request, as many responses as it takes. A response without data does not end the reading, but one
+/// after the other does: an ECU that has nothing else to say must not keep the caller.
 std::uint8_t XcpProtoTransmit::uploadSlaveBlock(std::uint8_t* destination, std::uint8_t count,
                                                 std::uint8_t granularity, msgBuf& last) {
     const std::size_t unit = atLeastOne(granularity);
@@ -119,18 +118,15 @@ std::uint8_t XcpProtoTransmit::uploadSlaveBlock(std::uint8_t* destination, std::
     command.put8(1, count);
     sendFrame(command.frame());
     std::size_t stored = 0;
-    Deadline sinceData(m_cfg.xcp.t1);
-    while (stored < count) {
+    for (std::size_t empty = 0; stored < count && empty < kMostEmpty;) {
         msgBuf response;
-        if (receiveResponse(command.frame(), response, wholeMs(sinceData.left())) != kStatusSuccess) {
+        if (receiveResponse(command.frame(), response, m_cfg.xcp.t1) != kStatusSuccess) {
             break;
         }
         last = response;
         const std::size_t carried = copyUploaded(response, unit, count - stored, destination + stored);
         stored += carried;
-        if (carried > 0) {
-            sinceData.restart(m_cfg.xcp.t1);
-        }
+        empty = carried > 0 ? 0 : empty + 1;
     }
     return static_cast<std::uint8_t>(stored);
 }
@@ -251,9 +247,9 @@ std::uint8_t XcpProtoTransmit::sendBlock(const BlockForm& form, const std::uint8
     const std::lock_guard lock(m_mutex);
     auto lastFrame = SteadyClock::now();
     std::size_t sent = 0;
-    msgBuf request;
+    msgBuf last;  // the one that the ECU answers
     while (sent < count) {
-        request = msgBuf{};
+        msgBuf request;
         const bool first = sent == 0;
         const auto left = static_cast<std::uint8_t>(count - sent);
         const bool plain = first && form.firstIsPlain;
@@ -269,14 +265,15 @@ std::uint8_t XcpProtoTransmit::sendBlock(const BlockForm& form, const std::uint8
         waitUntilPrecisely(lastFrame + form.apart);
         sendFrame(request);
         lastFrame = SteadyClock::now();
+        last = request;
         sent += placed;
     }
     if (sent == 0) {
         return 0;
     }
     msgBuf response;
-    const std::uint16_t timeoutMs = commandTimeout(request.data[0], request.data[1]);
-    const bool agreed = receiveResponse(request, response, timeoutMs) == kStatusSuccess;
+    const std::uint16_t timeoutMs = commandTimeout(last.data[0], last.data[1]);
+    const bool agreed = receiveResponse(last, response, timeoutMs) == kStatusSuccess;
     return static_cast<std::uint8_t>(agreed ? sent : 0);
 }
 

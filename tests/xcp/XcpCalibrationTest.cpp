@@ -150,6 +150,16 @@ TEST_F(XcpCalibration, BlocksAreAsLongAsMaxBsSays) {
     }
 }
 
+TEST_F(XcpCalibration, BlocksAreNeverLongerThanACountOf8BitsCanSay) {
+    for (const auto& [maxBs, expected] :
+         std::vector<std::pair<std::uint8_t, Bytes>>{{36, {252, 3}}, {37, {255}}, {40, {255}}}) {
+        startsAnew();
+        offersMasterBlock(maxBs);
+        EXPECT_EQ(writes(255), 1U);
+        EXPECT_EQ(blocks(), expected) << int{maxBs};
+    }
+}
+
 TEST_F(XcpCalibration, BlockOf256BytesIsCutTo255) {
     offersMasterBlock(128);
     cfg.xcp.addressGranularity = 2;

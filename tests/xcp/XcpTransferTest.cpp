@@ -150,6 +150,16 @@ TEST_F(XcpUpload, SlaveBlockPassesOverAnswersWithoutData) {
     EXPECT_EQ(uploads(3, 2), "01 02 03");
 }
 
+TEST_F(XcpUpload, SlaveBlockEndsWith255AnswersWithoutDataInARow) {
+    cfg.xcp.useSlaveBlockMode = 1;
+    Texts answers(254, "ff");
+    answers.emplace_back("ff 00 01");
+    answers.insert(answers.end(), 255, "ff");
+    answers.emplace_back("ff 00 02");
+    ecu.answers("f5 03", answers);
+    EXPECT_EQ(uploads(3, 2), "01");
+}
+
 TEST_F(XcpUpload, SlaveBlockEndsWithARefusalOrSilence) {
     cfg.xcp.useSlaveBlockMode = 1;
     cfg.xcp.t1 = 3;
@@ -360,6 +370,12 @@ TEST_F(XcpTransfer, BlockWaitsTheTimeOfItsLastFrame) {
     EXPECT_EQ(sends(&XcpTaskTransmit::programBlock, 10), 0);
     EXPECT_EQ(sends(&XcpTaskTransmit::programBlock, 3), 3);
     EXPECT_EQ(sends(&XcpTaskTransmit::programBlockNext, 10), 10);
+}
+
+// The fifth byte fills no element: no frame carries it, and the answer is that to the frame before.
+TEST_F(XcpTransfer, BlockWithARemainderWaitsTheTimeOfTheLastFrameThatWasSent) {
+    cfg.xcp.t1 = 0;
+    EXPECT_EQ(sends(&XcpTaskTransmit::programBlock, 5, 2), 4);
 }
 
 TEST_F(XcpTransfer, DownloadBlockKeepsMinSt) {
