@@ -178,6 +178,14 @@ protected:
         return functionOf(row.name).call(row.args, {slave, bytes(), size()});
     }
 
+    /// Frames that a larger MAX_CTO or another granularity would make others; they are tested on their own.
+    static bool isFormed(const FrameRow& row) {
+        static const std::set<std::string> kFormed{"xcpUpload",       "xcpShortUpload", "xcpDownload",
+                                                   "xcpDownloadNext", "xcpDownloadMax", "xcpProgram",
+                                                   "xcpProgramNext",  "xcpProgramMax"};
+        return kFormed.contains(row.name);
+    }
+
     /// UPLOAD has its own rules for failures.
     static bool isExchange(const FrameRow& row) { return row.name != std::string("xcpUpload"); }
 };
@@ -219,6 +227,24 @@ TEST_F(ChannelFrames, BigEndian) {
     }
 }
 
+TEST_F(ChannelFrames, OfFixedFormAreTheSameForEveryGranularityAndMaxCto) {
+    ecu.answersByDefault({kAnswer});
+    for (const std::uint8_t maxCto : support::bytes("08 40")) {
+        for (const std::uint8_t granularity : support::bytes("01 02 04")) {
+            proto.addressGranularity = granularity;
+            startsAnew();
+            for (const FrameRow& row : frames()) {
+                object().m_cfg.maxCto = maxCto;
+                if (!isFormed(row)) {
+                    EXPECT_EQ(calls(row), kSuccess) << row.name;
+                    EXPECT_EQ(sent(), Texts{row.little})
+                        << row.name << " maxCto " << int(maxCto) << " granularity " << int(granularity);
+                }
+            }
+        }
+    }
+}
+
 TEST_F(ChannelFrames, GoToTheSlavesPlace) {
     ecu.answersByDefault({kAnswer});
     for (const FrameRow& row : frames()) {
@@ -252,6 +278,23 @@ TEST_F(ChannelFrames, SilenceIsNoAnswerAndLosesTheLink) {
             EXPECT_EQ(sent(), Texts{row.little}) << row.name;
             EXPECT_EQ(handed(), "00 00 00 00 00 00 00 00") << row.name;
             EXPECT_TRUE(object().m_linkLost) << row.name;
+        }
+    }
+}
+
+TEST_F(ChannelFrames, WonByARepeatSucceedAndHandTheLastFirstAttemptBack) {
+    proto.retryCount = 1;
+    startsAnew();
+    ecu.answers("fe", {"ff 77"});
+    ecu.answersByDefault({kAnswer});
+    for (const FrameRow& row : frames()) {
+        if (isExchange(row)) {
+            xcpDisconnect(slave, bytes(), size());
+            sent();
+            ecu.answersOnce("..", {"fe 21"});
+            EXPECT_EQ(calls(row), kSuccess) << row.name;
+            EXPECT_EQ(sent(), Texts({row.little, row.little})) << row.name;
+            EXPECT_EQ(handed(), "ff 77 00 00 00 00 00 00") << row.name;
         }
     }
 }

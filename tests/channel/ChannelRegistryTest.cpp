@@ -3,6 +3,9 @@
 
 #include <TalvexSDK.h>
 
+#include <algorithm>
+#include <array>
+
 using namespace channel_test;
 
 namespace {
@@ -125,6 +128,40 @@ TEST_F(ChannelRegistryTest, RemovingOneSlaveLeavesTheOthers) {
     EXPECT_EQ(xcpRemoveSlave(third), kSuccess);
     EXPECT_EQ(xcpGetStatus(third, nullptr, 0), kBadHandle);
     EXPECT_EQ(ecu.sentFrames(), Texts{});
+}
+
+TEST_F(ChannelRegistryTest, SlavesMayGoInAnyOrder) {
+    support::ScriptedEcu ecu(host, {0, 0, 0});
+    const std::uint16_t channel = addsChannel();
+    std::array<std::size_t, 3> order{0, 1, 2};
+    do {
+        std::array<std::uint32_t, 3> slaves{};
+        for (std::uint32_t& slave : slaves) {
+            slave = addsSlave(channel);
+        }
+        for (std::size_t removed = 0; removed < order.size(); ++removed) {
+            EXPECT_EQ(xcpRemoveSlave(slaves[order[removed]]), kSuccess);
+            for (std::size_t i = 0; i < order.size(); ++i) {
+                const std::uint32_t expected = i <= removed ? kBadHandle : kSuccess;
+                EXPECT_EQ(xcpGetStatus(slaves[order[i]], nullptr, 0), expected);
+            }
+        }
+    } while (std::next_permutation(order.begin(), order.end()));
+    EXPECT_EQ(ecu.count("fd"), 6U * (2 + 1));
+}
+
+TEST_F(ChannelRegistryTest, ChannelsMayGoInAnyOrder) {
+    std::array<std::uint16_t, 3> channels{};
+    for (std::uint16_t& channel : channels) {
+        channel = addsChannel(static_cast<std::uint8_t>(&channel - channels.data()));
+    }
+    EXPECT_EQ(xcpUninitialize(channels[1]), kSuccess);
+    addsSlave(channels[2]);
+    EXPECT_EQ(xcpUninitialize(channels[2]), kSuccess);
+    EXPECT_EQ(xcpAddSlave(channels[2], XcpSlaveCanCfg{}, protoCfg(kLongMs), nullptr), kBadHandle);
+    EXPECT_EQ(channelRegistry().findSlave(addsSlave(channels[0]))->m_cfg.canChannel, 0U);
+    EXPECT_EQ(xcpUninitialize(channels[0]), kSuccess);
+    EXPECT_EQ(addsChannel(), 3U);
 }
 
 TEST_F(ChannelRegistryTest, SlaveIsAnXcpEcuNamedAfterItsHandle) {

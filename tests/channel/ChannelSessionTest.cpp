@@ -61,6 +61,15 @@ TEST_F(ChannelUpload, CountIsInBytesAndFramesCountElements) {
     EXPECT_EQ(handed(), "ff 00 00 00 05 06 07 08");
 }
 
+TEST_F(ChannelUpload, LargeFramesCountElementsToo) {
+    has(64, 2);
+    EXPECT_EQ(uploads(100), kSuccess);
+    EXPECT_EQ(sent(), Texts({"f5 1f", "f5 13"}));
+    has(64, 4);
+    EXPECT_EQ(uploads(100), kSuccess);
+    EXPECT_EQ(sent(), Texts({"f5 0f", "f5 0a"}));
+}
+
 TEST_F(ChannelUpload, LargestCountInLargeFrames) {
     has(64, 1);
     EXPECT_EQ(uploads(255), kSuccess);
@@ -72,6 +81,14 @@ TEST_F(ChannelUpload, OfNothingSendsNothingAndSucceeds) {
     EXPECT_EQ(uploads(0), kSuccess);
     EXPECT_EQ(sent(), Texts{});
     EXPECT_EQ(handed(), "00 00 00 00 00 00 00 00");
+}
+
+TEST_F(ChannelUpload, OfNothingOnALostLinkFails) {
+    isSilent();
+    ASSERT_EQ(xcpGetStatus(slave, bytes(), size()), kNoAnswer);
+    ecu.clearSent();
+    EXPECT_EQ(uploads(0), kNoAnswer);
+    EXPECT_EQ(sent(), Texts{});
 }
 
 TEST_F(ChannelUpload, WithoutRoomForAnElementSendsNothingAndFails) {

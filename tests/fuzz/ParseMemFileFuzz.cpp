@@ -1,0 +1,124 @@
+// Any file through ParseMemFileNewBuff, with any ranges.
+#include "tests/fuzz/FuzzTarget.h"
+
+#include <TalvexPlain.h>
+
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+
+namespace {
+
+constexpr std::size_t kMostRanges = 4;
+constexpr std::uint32_t kUntouched = 0xA5A5A5A5;
+
+/// One file, written anew for each input, in memory where the system has a place for that.
+class ScratchFile {
+public:
+    explicit ScratchFile(const char* ending) : m_path(folder() / (name() + ending)) {}
+    ScratchFile(const ScratchFile&) = delete;
+    ScratchFile& operator=(const ScratchFile&) = delete;
+
+    ~ScratchFile() {
+        std::error_code ignored;
+        std::filesystem::remove(m_path, ignored);
+    }
+
+    std::string holding(const std::string& text) {
+        std::ofstream file(m_path, std::ios::binary | std::ios::trunc);
+        file << text;
+        file.close();
+        fuzz::require(!file.fail(), "the scratch file is written");
+        return m_path.string();
+    }
+
+private:
+    static std::filesystem::path folder() {
+        const std::filesystem::path memory = "/dev/shm";
+        return std::filesystem::is_directory(memory) ? memory : std::filesystem::temp_directory_path();
+    }
+
+    /// Nobody else's: an address of this process, and a moment.
+    std::string name() const {
+        const auto moment = std::chrono::steady_clock::now().time_since_epoch().count();
+        return "talvex-fuzz-" + std::to_string(moment) + "-" +
+               std::to_string(reinterpret_cast<std::uintptr_t>(this));
+    }
+
+    std::filesystem::path m_path;
+};
+
+ScratchFile& fileFor(std::uint8_t choice) {
+    static ScratchFile hex(".hex");
+    static ScratchFile s19(".s19");
+    static ScratchFile mot(".mot");
+    static ScratchFile other(".HEX");
+    ScratchFile* const files[] = {&hex, &s19, &mot, &other};
+    return *files[choice];
+}
+
+void readAndCheck(const std::string& path, std::vector<mcMemRange>& ranges, std::size_t fileSize) {
+    std::vector<std::uint8_t*> buffers(ranges.size(), nullptr);
+    std::vector<std::uint32_t> sizes(ranges.size(), kUntouched);
+    const auto count = static_cast<std::int32_t>(ranges.size());
+    ParseMemFileNewBuff(path.c_str(), ranges.data(), count, buffers.data(), sizes.data());
+    unsigned sum = 0;
+    for (std::size_t i = 0; i < ranges.size(); ++i) {
+        if (buffers[i] == nullptr) {
+            fuzz::require(sizes[i] == kUntouched, "a range without a block leaves its size");
+            continue;
+        }
+        fuzz::require(sizes[i] <= fileSize / 2, "two characters make a byte");
+        // A range of no bytes and one that runs over the end of the addresses are cut to the block only.
+        const std::uint64_t length = ranges[i].length;
+        const bool isPlain = length > 0 && ranges[i].address + length <= 0x100000000;
+        fuzz::require(!isPlain || sizes[i] <= length, "a buffer is cut to its range");
+        for (std::uint32_t at = 0; at < sizes[i]; ++at) {
+            sum += buffers[i][at];
+        }
+    }
+    volatile unsigned read = sum;  // so that every byte is looked at
+    static_cast<void>(read);
+    DeleteMemBuff(buffers.data(), count);
+    DeleteMemBuff(buffers.data(), count);
+}
+
+}  // namespace
+
+void fuzz::run(FuzzInput& input) {
+    ScratchFile& file = fileFor(input.below(4));
+    std::vector<mcMemRange> ranges(input.below(kMostRanges + 1));
+    for (mcMemRange& range : ranges) {
+        range.reserved0 = input.u8();
+        range.length = input.u32();
+        range.reserved1 = input.u8();
+        range.address = input.u32();
+    }
+    const std::string text = input.rest();
+    const std::string path = file.holding(text);
+    try {
+        readAndCheck(path, ranges, text.size());
+    } catch (const std::out_of_range&) {
+        return;  // a line that is cut in its head
+    }
+}
+
+std::vector<fuzz::Bytes> fuzz::seeds() {
+    // The file's ending, one range of 0x10 bytes at 0x1000, and then of all there is.
+    const Bytes hex{0, 1, 0, 0x10, 0, 0, 0, 0, 0x00, 0x10, 0, 0};
+    const Bytes srec{1, 1, 0, 0xFF, 0xFF, 0xFF, 0x7F, 0, 0, 0, 0, 0};
+    std::vector<Bytes> made{hex, srec};
+    for (const std::uint8_t byte :
+         bytesOf(":02100000AABB89\r\n:020000021000EC\n:01100200CC21\n:00000001FF\n")) {
+        made[0].push_back(byte);
+    }
+    for (const std::uint8_t byte : bytesOf("S1051000AABB85\nS206012345AABB2B\r\nS30780001000AABB03\n")) {
+        made[1].push_back(byte);
+    }
+    return made;
+}
+
+std::vector<fuzz::Bytes> fuzz::words() {
+    return {bytesOf("\n:"),  bytesOf("\nS1"),          bytesOf("\nS3"), bytesOf(":020000048000FA\n"),
+            bytesOf("FFFF"), {0xFF, 0xFF, 0xFF, 0xFF}, {0, 0, 0, 0}};
+}

@@ -1,0 +1,86 @@
+#include "tests/loader/LoadedLibrary.h"
+
+#include <dlfcn.h>
+#include <stdio.h>
+#include <string.h>
+
+#include "tests/loader/CallbackGate.h"
+
+/* Stores what `name` stands for at `pointer`, which has the type of the function. */
+static int lookUp(void* handle, const char* name, void* pointer) {
+    void* const symbol = dlsym(handle, name);
+    if (symbol == NULL) {
+        fprintf(stderr, "no %s: %s\n", name, dlerror());
+        return 0;
+    }
+    memcpy(pointer, &symbol, sizeof symbol);
+    return 1;
+}
+
+int loadLibrary(LoadedLibrary* library, const char* path) {
+    int found;
+    library->handle = dlopen(path, RTLD_NOW | RTLD_LOCAL);
+    if (library->handle == NULL) {
+        fprintf(stderr, "%s\n", dlerror());
+        return 0;
+    }
+    found = lookUp(library->handle, setCallBackFunsSymbol, &library->setCallBackFuns) &
+            lookUp(library->handle, "recvCanMsg", &library->recvCanMsg);
+#define TALVEX_LOOK_UP(name) found &= lookUp(library->handle, #name, &library->name);
+    TALVEX_CHANNEL_FUNCTIONS(TALVEX_LOOK_UP)
+#undef TALVEX_LOOK_UP
+    return found;
+}
+
+int unloadLibrary(LoadedLibrary* library, const char* path) {
+    void* left;
+    if (dlclose(library->handle) != 0) {
+        fprintf(stderr, "%s\n", dlerror());
+        return 0;
+    }
+    left = dlopen(path, RTLD_NOW | RTLD_NOLOAD);
+    if (left != NULL) {
+        fprintf(stderr, "the library is still loaded\n");
+        return 0;
+    }
+    return 1;
+}
+
+static int isListed(const char* name) {
+#define TALVEX_COMPARE(known)        \
+    if (strcmp(name, #known) == 0) { \
+        return 1;                    \
+    }
+    TALVEX_CHANNEL_FUNCTIONS(TALVEX_COMPARE)
+#undef TALVEX_COMPARE
+    return 0;
+}
+
+int checkExportList(const char* path) {
+#define TALVEX_COUNT(name) +1
+    const int wanted = 0 TALVEX_CHANNEL_FUNCTIONS(TALVEX_COUNT);
+#undef TALVEX_COUNT
+    char line[128];
+    int found = 0;
+    int unknown = 0;
+    FILE* const file = fopen(path, "r");
+    if (file == NULL) {
+        perror(path);
+        return 0;
+    }
+    while (fgets(line, sizeof line, file) != NULL) {
+        line[strcspn(line, "\n")] = '\0';
+        if (strncmp(line, "xcp", 3) == 0 && strcmp(line, "xcpTest") != 0) {
+            if (!isListed(line)) {
+                fprintf(stderr, "%s is exported and not looked up\n", line);
+                ++unknown;
+            }
+            ++found;
+        }
+    }
+    fclose(file);
+    if (found != wanted) {
+        fprintf(stderr, "%d functions are looked up, %d are exported\n", wanted, found);
+    }
+    return found == wanted && unknown == 0;
+}
