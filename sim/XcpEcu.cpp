@@ -1,6 +1,7 @@
 #include "sim/XcpEcu.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace sim {
@@ -34,6 +35,12 @@ Time totalDelay(const std::vector<XcpFault>& faults) {
     return sum;
 }
 
+/// The commands that are answered whatever the flash does.
+bool isOfSession(std::uint8_t code) {
+    constexpr std::uint8_t kCodes[] = {0xFF, 0xFE, 0xFD, 0xFC};  // CONNECT, DISCONNECT, GET_STATUS, SYNCH
+    return std::find(std::begin(kCodes), std::end(kCodes), code) != std::end(kCodes);
+}
+
 /// The config as it came, if an ECU can be like this; called ahead of everything made from it.
 XcpEcuConfig checked(XcpEcuConfig config) {
     config.check();
@@ -45,6 +52,7 @@ XcpEcuConfig checked(XcpEcuConfig config) {
 XcpEcu::XcpEcu(XcpEcuConfig config)
     : m_config(checked(std::move(config))),
       m_memory(m_config.memory, m_config.granularity),
+      m_flash(m_config.program.flash, m_config.memory, m_memory),
       m_signals(m_config.signals),
       m_security(m_config.locks),
       m_daq(m_config, m_memory),
@@ -109,7 +117,7 @@ void XcpEcu::handleCommand(const XcpRequest& request) {
         answer.packets.insert(answer.packets.begin(), XcpPacket(m_config.byteOrder, xcp::kPidError).u8(code));
     }
     watchEvents();
-    sendAnswer(answer.packets, faults);
+    sendAnswer(answer, faults);
 }
 
 XcpAnswer XcpEcu::dispatch(const XcpRequest& request) {
@@ -122,14 +130,27 @@ XcpAnswer XcpEcu::dispatch(const XcpRequest& request) {
     if (request.length() < row->minLength) {
         return XcpError::cmdSyntax;
     }
-    if ((row->resource & m_security.protection()) != 0) {
-        return XcpError::accessLocked;
+    const XcpError refused = refusal(*row);
+    if (refused != XcpError::none) {
+        return refused;
     }
-    if (row->handler != &XcpEcu::onDownloadNext) {
-        m_download = BlockDownload{};
+    if (!keepsBlock(row->code)) {
+        m_block = Block{};
     }
     moveSignals(m_commandEnd);
     return (this->*row->handler)(request);
+}
+
+/// What stands against a command whatever its content is.
+XcpError XcpEcu::refusal(const CommandRow& row) const {
+    if ((row.resource & m_security.protection()) != 0) {
+        return XcpError::accessLocked;
+    }
+    const bool programs = row.resource == xcp::kPgm;
+    if (m_flash.busy(m_commandEnd) && !isOfSession(row.code)) {
+        return programs ? XcpError::cmdBusy : XcpError::pgmActive;
+    }
+    return m_programming.started && row.resource == xcp::kDaq ? XcpError::pgmActive : XcpError::none;
 }
 
 void XcpEcu::endSession() {
@@ -138,25 +159,39 @@ void XcpEcu::endSession() {
     m_security.reset();
     m_mta = TransferAddress{};
     m_text.clear();
-    m_download = BlockDownload{};
+    m_block = Block{};
+    m_programming = Programming{};
     m_requests = 0;
     watchEvents();
 }
 
-void XcpEcu::sendAnswer(const std::vector<XcpPacket>& packets, const std::vector<XcpFault>& faults) {
+void XcpEcu::sendAnswer(const XcpAnswer& answer, const std::vector<XcpFault>& faults) {
     for (const XcpFault& fault : faults) {
         sendFault(fault);
     }
-    if (has(faults, XcpFaultKind::drop) || packets.empty()) {
+    if (has(faults, XcpFaultKind::drop) || answer.packets.empty()) {
         return;
     }
-    const Time when = m_commandEnd + m_config.responseDelay + totalDelay(faults);
+    const Time ready = std::max(m_commandEnd, answer.readyAt);
+    const Time when = ready + m_config.responseDelay + totalDelay(faults);
+    if (m_config.program.answer == XcpFlashAnswer::pending) {
+        sendPending(ready);
+    }
     m_lastAnswer = std::max(m_lastAnswer, when);
     const int times = has(faults, XcpFaultKind::repeat) ? 2 : 1;
     for (int time = 0; time < times; ++time) {
-        for (const XcpPacket& packet : packets) {
+        for (const XcpPacket& packet : answer.packets) {
             sendLater(spoil(makeFrame(packet, m_config.slaveId), faults), m_lastAnswer);
         }
+    }
+}
+
+/// EV_CMD_PENDING now and again, as long as the answer is not ready.
+void XcpEcu::sendPending(Time until) {
+    for (Time when = m_commandEnd; when < until; when += m_config.program.pendingPeriod) {
+        sendLater(makeFrame(XcpPacket(m_config.byteOrder, xcp::kPidEvent).u8(xcp::kEventCommandPending),
+                            m_config.slaveId),
+                  when);
     }
 }
 
@@ -256,6 +291,17 @@ bool XcpEcu::write(std::uint32_t address, std::uint8_t extension, std::span<cons
     return m_memory.poke(view, address, extension, bytes) == MemoryResult::ok;
 }
 
+std::vector<std::uint8_t> XcpEcu::readPage(std::size_t segment, std::size_t page) const {
+    const std::lock_guard lock(m_mutex);
+    return m_memory.segment(segment).pages.at(page).bytes;
+}
+
+std::vector<std::uint8_t> XcpEcu::readFlash(std::uint32_t address, std::uint8_t extension,
+                                            std::size_t size) const {
+    const std::lock_guard lock(m_mutex);
+    return m_flash.read(address, extension, size);
+}
+
 std::uint64_t XcpEcu::eventIndex(std::uint16_t event) const {
     const std::lock_guard lock(m_mutex);
     return m_port != nullptr ? eventIndexAt(event, m_port->now()) : 0;
@@ -276,6 +322,11 @@ bool XcpEcu::connected() const {
 bool XcpEcu::daqRunning() const {
     const std::lock_guard lock(m_mutex);
     return m_daq.running();
+}
+
+bool XcpEcu::programming() const {
+    const std::lock_guard lock(m_mutex);
+    return m_programming.started;
 }
 
 std::uint8_t XcpEcu::protection() const {

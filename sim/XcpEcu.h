@@ -2,6 +2,7 @@
 /// A simulated ECU that speaks XCP on CAN or CAN FD as a slave.
 #pragma once
 
+#include "sim/Flash.h"
 #include "sim/Port.h"
 #include "sim/XcpDaqProcessor.h"
 #include "sim/XcpEcuConfig.h"
@@ -64,12 +65,22 @@ public:
     bool write(std::uint32_t address, std::uint8_t extension, std::span<const std::uint8_t> bytes,
                MemoryView view = MemoryView::tool);
 
+    /// The content of a page of the segment @p segment of the configuration, whichever page is switched to.
+    /// @throws std::out_of_range if there is no such page
+    [[nodiscard]] std::vector<std::uint8_t> readPage(std::size_t segment, std::size_t page) const;
+
+    /// @p size bytes of the flash, whichever page is switched to; empty where there is none.
+    [[nodiscard]] std::vector<std::uint8_t> readFlash(std::uint32_t address, std::uint8_t extension,
+                                                      std::size_t size) const;
+
     /// Events of channel @p event so far; 0 for a channel that is not cyclic or not there.
     [[nodiscard]] std::uint64_t eventIndex(std::uint16_t event) const;
 
     [[nodiscard]] XcpEcuCounters counters() const;
     [[nodiscard]] bool connected() const;
     [[nodiscard]] bool daqRunning() const;
+    /// Between PROGRAM_START and PROGRAM_RESET.
+    [[nodiscard]] bool programming() const;
     /// Mask of the resources that are closed.
     [[nodiscard]] std::uint8_t protection() const;
     /// Fixed after construction.
@@ -94,12 +105,29 @@ private:
         bool inText = false;
     };
 
-    /// A DOWNLOAD over several frames that is under way.
-    struct BlockDownload {
+    /// What a block of the master may be like.
+    struct BlockLimits {
+        std::size_t elements;  ///< of one frame
+        std::size_t frames;    ///< of one block; 1: there are no blocks of several frames
+        Time minSt;            ///< least time between the ends of two frames
+    };
+
+    /// A DOWNLOAD or PROGRAM over several frames that is under way.
+    struct Block {
+        bool programs = false;
         std::size_t remaining = 0;  ///< elements still to come; 0: none under way
-        bool tooFast = false;
-        Time last = 0;
-        std::vector<std::uint8_t> bytes;
+        std::size_t frames = 0;     ///< that came
+        bool overrun = false;       ///< a frame came too early, or one too many
+        Time last = 0;              ///< end of the latest frame
+        std::vector<std::uint8_t> bytes{};
+    };
+
+    /// A programming sequence that is under way.
+    struct Programming {
+        bool started = false;
+        bool segmentEnded = false;           ///< nothing can be programmed until the next SET_MTA
+        bool functional = false;             ///< the area counts, not the MTA
+        std::uint64_t functionalOffset = 0;  ///< bytes programmed so
     };
 
     static std::span<const CommandRow> commandRows();
@@ -109,7 +137,9 @@ private:
     [[nodiscard]] bool isForMe(const Frame& frame) const;
     [[nodiscard]] XcpAnswer dispatch(const XcpRequest& request);
     void handleCommand(const XcpRequest& request);
-    void sendAnswer(const std::vector<XcpPacket>& packets, const std::vector<XcpFault>& faults);
+    [[nodiscard]] XcpError refusal(const CommandRow& row) const;
+    void sendAnswer(const XcpAnswer& answer, const std::vector<XcpFault>& faults);
+    void sendPending(Time until);
     void sendFault(const XcpFault& fault);
     void sendEvent(std::uint8_t code);
     void sendLater(const Frame& frame, Time when);
@@ -179,8 +209,10 @@ private:
 
     // Calibration and paging (XcpEcuCalibration.cpp, XcpEcuPaging.cpp)
     [[nodiscard]] XcpError writeMta(std::span<const std::uint8_t> bytes);
-    [[nodiscard]] std::size_t downloadHeader() const;
-    [[nodiscard]] std::size_t downloadElements() const;
+    [[nodiscard]] std::size_t blockHeader() const;
+    [[nodiscard]] BlockLimits blockLimits(bool programs) const;
+    [[nodiscard]] XcpAnswer startBlock(const XcpRequest& request, bool programs);
+    [[nodiscard]] XcpAnswer continueBlock(const XcpRequest& request);
     [[nodiscard]] XcpAnswer takeBlock(const XcpRequest& request);
     [[nodiscard]] XcpAnswer sequenceError() const;
     [[nodiscard]] MemorySegment* calibrationSegment(std::uint8_t number);
@@ -200,6 +232,25 @@ private:
     XcpAnswer onGetSegmentMode(const XcpRequest& request);
     XcpAnswer onCopyCalPage(const XcpRequest& request);
 
+    // Programming (XcpEcuProgram.cpp)
+    [[nodiscard]] bool keepsBlock(std::uint8_t code) const;
+    [[nodiscard]] XcpAnswer flashAnswer(FlashResult result) const;
+    [[nodiscard]] XcpAnswer programBytes(std::span<const std::uint8_t> bytes);
+    [[nodiscard]] XcpAnswer clearAreas(std::uint32_t areas);
+    [[nodiscard]] XcpError checkProgramming() const;
+    [[nodiscard]] std::vector<std::size_t> sectorsOf(std::uint16_t verificationType) const;
+    XcpAnswer onProgramStart(const XcpRequest& request);
+    XcpAnswer onProgramClear(const XcpRequest& request);
+    XcpAnswer onProgram(const XcpRequest& request);
+    XcpAnswer onProgramNext(const XcpRequest& request);
+    XcpAnswer onProgramMax(const XcpRequest& request);
+    XcpAnswer onProgramReset(const XcpRequest& request);
+    XcpAnswer onProgramPrepare(const XcpRequest& request);
+    XcpAnswer onProgramFormat(const XcpRequest& request);
+    XcpAnswer onProgramVerify(const XcpRequest& request);
+    XcpAnswer onGetPgmProcessorInfo(const XcpRequest& request);
+    XcpAnswer onGetSectorInfo(const XcpRequest& request);
+
     const XcpEcuConfig m_config;  ///< fixed after construction
 
     /// Guards everything below. Rank: ahead of the locks of the bus, for it is held while frames are
@@ -212,6 +263,7 @@ private:
     Time m_commandEnd = 0;           ///< bus time at which the command at hand was complete
     Time m_lastAnswer = 0;           ///< when the latest answer leaves; answers do not overtake each other
     Memory m_memory;
+    Flash m_flash;  ///< in m_memory
     Signals m_signals;
     XcpEcuSecurity m_security;
     XcpDaqProcessor m_daq;
@@ -225,7 +277,8 @@ private:
     std::uint16_t m_sessionConfigId = 0;
     TransferAddress m_mta;
     std::string m_text;  ///< what an MTA `inText` reads
-    BlockDownload m_download;
+    Block m_block;
+    Programming m_programming;
 };
 
 }  // namespace sim

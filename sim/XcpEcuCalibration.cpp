@@ -22,61 +22,74 @@ XcpError XcpEcu::writeMta(std::span<const std::uint8_t> bytes) {
     return toError(result);
 }
 
-/// Bytes ahead of the data of DOWNLOAD: code, count, and a fill up to an element of four bytes.
-std::size_t XcpEcu::downloadHeader() const {
+/// Bytes ahead of the data of DOWNLOAD and PROGRAM: code, count, and a fill up to an element of four bytes.
+std::size_t XcpEcu::blockHeader() const {
     return m_config.granularity == 4 ? 4 : 2;
 }
 
-/// Elements that one DOWNLOAD carries.
-std::size_t XcpEcu::downloadElements() const {
-    return (m_config.maxCto - downloadHeader()) / m_config.granularity;
+XcpEcu::BlockLimits XcpEcu::blockLimits(bool programs) const {
+    const XcpProgramConfig& program = m_config.program;
+    const std::size_t cto = programs ? m_config.maxCtoPgm() : m_config.maxCto;
+    const bool blocks = programs ? program.masterBlockMode : m_config.masterBlockMode;
+    const std::size_t told = programs ? program.maxBs : m_config.maxBs;
+    const std::size_t frames = m_config.blockFrames > 0 ? m_config.blockFrames : told;
+    return {.elements = (cto - blockHeader()) / m_config.granularity,
+            .frames = blocks ? frames : std::size_t{1},
+            .minSt = (programs ? program.minSt : m_config.minSt) * kMinStUnit};
 }
 
 XcpAnswer XcpEcu::onDownload(const XcpRequest& request) {
-    const std::size_t elements = request.u8(1);
-    const std::size_t blockLimit = m_config.masterBlockMode
-                                       ? std::min<std::size_t>(m_config.maxBs * downloadElements(), 255)
-                                       : std::size_t{0};
-    if (elements == 0 || elements > std::max(downloadElements(), blockLimit)) {
-        return XcpError::outOfRange;
-    }
-    m_download = BlockDownload{.remaining = elements, .tooFast = false, .last = m_commandEnd, .bytes = {}};
-    return takeBlock(request);
+    return startBlock(request, false);
 }
 
 XcpAnswer XcpEcu::onDownloadNext(const XcpRequest& request) {
-    if (!m_config.masterBlockMode) {
-        return XcpError::cmdUnknown;
+    const bool known = m_config.masterBlockMode || m_block.programs;
+    return known ? continueBlock(request) : XcpAnswer(XcpError::cmdUnknown);
+}
+
+XcpAnswer XcpEcu::startBlock(const XcpRequest& request, bool programs) {
+    const std::size_t elements = request.u8(1);
+    const BlockLimits limits = blockLimits(programs);
+    if (elements == 0 || (limits.frames <= 1 && elements > limits.elements)) {
+        return XcpError::outOfRange;
     }
-    if (m_download.remaining == 0 || request.u8(1) != m_download.remaining) {
-        XcpAnswer answer = sequenceError();
-        m_download = BlockDownload{};
-        return answer;
-    }
-    m_download.tooFast |= m_commandEnd - m_download.last < m_config.minSt * kMinStUnit;
-    m_download.last = m_commandEnd;
+    m_block = Block{.programs = programs, .remaining = elements};
     return takeBlock(request);
 }
 
-/// Takes the elements of one frame of a download. No answer until the last of them is there.
+XcpAnswer XcpEcu::continueBlock(const XcpRequest& request) {
+    if (m_block.remaining == 0 || request.u8(1) != m_block.remaining) {
+        XcpAnswer answer = sequenceError();
+        m_block = Block{};
+        return answer;
+    }
+    return takeBlock(request);
+}
+
+/// Takes the elements of one frame of a block. No answer until the last of them is there.
 XcpAnswer XcpEcu::takeBlock(const XcpRequest& request) {
-    const std::size_t elements = std::min(m_download.remaining, downloadElements());
+    const BlockLimits limits = blockLimits(m_block.programs);
+    const std::size_t elements = std::min(m_block.remaining, limits.elements);
     const std::size_t size = elements * m_config.granularity;
-    const std::span<const std::uint8_t> data = request.bytes(downloadHeader(), size);
+    const std::span<const std::uint8_t> data = request.bytes(blockHeader(), size);
     if (data.size() < size) {
-        m_download = BlockDownload{};
+        m_block = Block{};
         return XcpError::cmdSyntax;
     }
-    m_download.bytes.insert(m_download.bytes.end(), data.begin(), data.end());
-    m_download.remaining -= elements;
-    if (m_download.remaining > 0) {
+    const bool early = m_block.frames > 0 && m_commandEnd - m_block.last < limits.minSt;
+    ++m_block.frames;
+    m_block.overrun |= early || m_block.frames > limits.frames;
+    m_block.last = m_commandEnd;
+    m_block.bytes.insert(m_block.bytes.end(), data.begin(), data.end());
+    m_block.remaining -= elements;
+    if (m_block.remaining > 0) {
         return {};
     }
     // A slave that was overrun has lost bytes it cannot name, so it refuses the block as a whole.
-    if (m_download.tooFast) {
+    if (m_block.overrun) {
         return sequenceError();
     }
-    return done(writeMta(m_download.bytes));
+    return m_block.programs ? programBytes(m_block.bytes) : done(writeMta(m_block.bytes));
 }
 
 /// ERR_SEQUENCE with the number of elements that were expected.
@@ -84,7 +97,7 @@ XcpAnswer XcpEcu::sequenceError() const {
     XcpAnswer answer;
     answer.packets.push_back(XcpPacket(m_config.byteOrder, xcp::kPidError)
                                  .u8(static_cast<std::uint8_t>(XcpError::sequence))
-                                 .u8(static_cast<std::uint8_t>(m_download.remaining)));
+                                 .u8(static_cast<std::uint8_t>(m_block.remaining)));
     return answer;
 }
 

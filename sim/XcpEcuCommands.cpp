@@ -57,6 +57,18 @@ std::span<const XcpEcu::CommandRow> XcpEcu::commandRows() {
         {0xD4, 5, true, xcp::kDaq, &E::onAllocOdt},
         {0xD3, 6, true, xcp::kDaq, &E::onAllocOdtEntry},
         {0xC7, 2, true, xcp::kDaq, &E::onWriteDaqMultiple},
+        // Programming
+        {0xD2, 1, true, xcp::kPgm, &E::onProgramStart},
+        {0xD1, 8, true, xcp::kPgm, &E::onProgramClear},
+        {0xD0, 2, true, xcp::kPgm, &E::onProgram},
+        {0xCF, 1, true, xcp::kPgm, &E::onProgramReset},
+        {0xCE, 1, true, xcp::kPgm, &E::onGetPgmProcessorInfo},
+        {0xCD, 3, true, xcp::kPgm, &E::onGetSectorInfo},
+        {0xCC, 4, true, xcp::kPgm, &E::onProgramPrepare},
+        {0xCB, 5, true, xcp::kPgm, &E::onProgramFormat},
+        {0xCA, 3, true, xcp::kPgm, &E::onProgramNext},
+        {0xC9, 2, true, xcp::kPgm, &E::onProgramMax},
+        {0xC8, 8, true, xcp::kPgm, &E::onProgramVerify},
     };
     return kRows;
 }

@@ -20,6 +20,20 @@ void checkSizes(const XcpEcuConfig& config) {
     require(config.padLength <= limit, "padding must fit into a frame");
 }
 
+void checkProgram(const XcpEcuConfig& config, Memory& trial) {
+    const XcpProgramConfig& program = config.program;
+    require(program.maxCto == 0 || (program.maxCto >= 8 && program.maxCto <= config.maxCto),
+            "MAX_CTO_PGM must be 8 to MAX_CTO");
+    require(program.answer != XcpFlashAnswer::pending || program.pendingPeriod > 0,
+            "EV_CMD_PENDING needs a period");
+    require(program.flash.sectors.size() <= 0xFF, "more sectors than numbers");
+    const Flash flash(program.flash, config.memory, trial);
+    for (const FlashSector& sector : flash.sectors()) {
+        require(sector.name.size() <= 0xFF, "a sector name must have at most 255 bytes");
+        require(sector.size % config.granularity == 0, "a sector must have whole elements");
+    }
+}
+
 void checkLocks(const XcpEcuConfig& config) {
     for (const XcpLock& lock : config.locks) {
         const bool oneBit = lock.resource != 0 && (lock.resource & (lock.resource - 1)) == 0;
@@ -83,6 +97,7 @@ void XcpEcuConfig::check() const {
     checkLocks(*this);
     checkDaq(daq);
     Memory trial(memory, granularity);
+    checkProgram(*this, trial);
     for (const Signal& signal : signals) {
         const std::vector<std::uint8_t> bytes = signalBytes(signal, 0);
         require(trial.poke(MemoryView::ecu, signal.address, signal.extension, bytes) == MemoryResult::ok,

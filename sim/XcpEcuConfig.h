@@ -3,6 +3,7 @@
 #pragma once
 
 #include "sim/ByteOrder.h"
+#include "sim/Flash.h"
 #include "sim/Frame.h"
 #include "sim/Memory.h"
 #include "sim/SeedKey.h"
@@ -94,6 +95,33 @@ struct XcpDaqConfig {
     std::uint32_t clockStart = 0;      ///< clock at the start of the ECU, in ticks
 };
 
+/// How the ECU answers while its flash is cleared or programmed. A command that comes meanwhile, other than
+/// those of the session, is refused in any case: with ERR_CMD_BUSY if it programs, else with ERR_PGM_ACTIVE.
+enum class XcpFlashAnswer : std::uint8_t {
+    whenDone,  ///< the answer comes late
+    pending,   ///< the answer comes late, and EV_CMD_PENDING at once and again until then
+    atOnce,    ///< the answer comes at once, and the flash goes on
+};
+
+/// Programming; an ECU that has it lists the resource xcp::kPgm.
+struct XcpProgramConfig {
+    FlashConfig flash{};
+    XcpFlashAnswer answer = XcpFlashAnswer::whenDone;
+    Time pendingPeriod = 10'000'000;  ///< between two EV_CMD_PENDING, nanoseconds
+
+    std::uint8_t maxCto = 0;       ///< MAX_CTO_PGM, 8 to MAX_CTO; 0: MAX_CTO
+    bool masterBlockMode = false;  ///< PROGRAM_NEXT is there
+    std::uint8_t maxBs = 0;        ///< frames of a block of the master
+    std::uint8_t minSt = 0;        ///< as in XcpEcuConfig
+    std::uint8_t queueSize = 0;    ///< commands in the queue
+    bool functionalMode = false;   ///< areas can be cleared and programmed without an address
+    std::uint16_t codeRoom = 0;    ///< room for a program that programs, in units of the address granularity
+
+    /// Takes DOWNLOAD_NEXT as the rest of a PROGRAM. The standard knows PROGRAM_NEXT alone for that, but
+    /// there are ECUs with one routine for the rest of any block, and masters that rely on it.
+    bool takesDownloadNext = false;
+};
+
 /// A resource that is closed until its key was given.
 struct XcpLock {
     std::uint8_t resource = xcp::kDaq;  ///< one bit
@@ -126,10 +154,12 @@ struct XcpEcuConfig {
     bool slaveBlockMode = false;
     bool masterBlockMode = false;
     bool interleavedMode = false;
-    std::uint8_t maxBs = 0;      ///< frames of a block of the master
-    std::uint8_t minSt = 0;      ///< least time between them, in 100 us
-    std::uint8_t queueSize = 0;  ///< commands in the queue, interleaved mode
-    bool commModeInfo = true;    ///< GET_COMM_MODE_INFO is there
+    std::uint8_t maxBs = 0;        ///< frames of a block of the master
+    std::uint8_t minSt = 0;        ///< least time between the ends of two of them, in 100 us
+    std::uint8_t blockFrames = 0;  ///< frames of a block that it really takes, both here and when it is
+                                   ///< programmed; 0: as many as it tells
+    std::uint8_t queueSize = 0;    ///< commands in the queue, interleaved mode
+    bool commModeInfo = true;      ///< GET_COMM_MODE_INFO is there
     std::uint8_t driverVersion = 0x10;
 
     std::map<std::uint8_t, std::string> ids{};  ///< texts of GET_ID by type
@@ -141,8 +171,12 @@ struct XcpEcuConfig {
 
     bool freezeSupported = false;  ///< segments can be marked for storing
     XcpDaqConfig daq{};
+    XcpProgramConfig program{};
     std::vector<MemorySegment> memory{};
     std::vector<Signal> signals{};
+
+    /// Longest command of programming.
+    [[nodiscard]] std::uint8_t maxCtoPgm() const { return program.maxCto > 0 ? program.maxCto : maxCto; }
 
     /// @throws std::invalid_argument with the reason if no ECU can be like this
     void check() const;

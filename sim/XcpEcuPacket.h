@@ -70,6 +70,7 @@ private:
 struct XcpAnswer {
     std::vector<XcpPacket> packets;
     XcpError error = XcpError::none;
+    Time readyAt = 0;  ///< bus time at which it can leave; 0: at once
 
     XcpAnswer() = default;
     XcpAnswer(XcpError code) : error(code) {}                // NOLINT: handlers return codes

@@ -177,6 +177,8 @@ XcpAnswer XcpEcu::onUnlock(const XcpRequest& request) {
 
 XcpAnswer XcpEcu::onSetMta(const XcpRequest& request) {
     m_mta = TransferAddress{.address = request.u32(4), .extension = request.u8(3), .inText = false};
+    m_programming.segmentEnded = false;
+    m_programming.functional = false;
     return positive();
 }
 

@@ -148,6 +148,26 @@ TEST_F(ReaderOracle, KeepsTheGapsOfAnImage) {
     }
 }
 
+/// The loadable sections of a program of the machine, as they lie in its ELF file.
+TEST_F(ReaderOracle, ReadsTheSectionsOfAProgramWithTheGapsBetweenThem) {
+    NEEDS_TOOL("objcopy");
+    for (const char* format : {"ihex", "srec"}) {
+        SCOPED_TRACE(format);
+        const std::string name = std::string(format) == "ihex" ? "out.hex" : "out.s19";
+        m_folder.run(std::string("objcopy -O ") + format + " \"$(command -v objcopy)\" " + name);
+        m_folder.run(std::string("objcopy -I ") + format + " -O binary " + name + " flat.bin");
+        const auto memory = flattened(read(name));
+        ASSERT_FALSE(memory.empty());
+        const std::uint32_t first = memory.begin()->first;
+        Bytes flat(memory.rbegin()->first - first + std::size_t{1});
+        EXPECT_LT(memory.size(), flat.size()) << "no gap";
+        for (const auto& [address, byte] : memory) {
+            flat[address - first] = byte;
+        }
+        EXPECT_TRUE(flat == m_folder.bytes("flat.bin"));
+    }
+}
+
 TEST_F(ReaderOracle, LineEndsAndCaseOfDigitsDoNotMatter) {
     NEEDS_TOOL("objcopy");
     const Bytes image = imageOf64KiB();

@@ -146,11 +146,30 @@ TEST(XcpEcuBlockDownload, AnswersOnceAtItsEnd) {
     EXPECT_EQ(memoryOf(bench, 0x1010, 15), "a1 a2 a3 a4 a5 a6 a7 a8 a9 aa ab ac ad ae 1e");
 }
 
-TEST(XcpEcuBlockDownload, LongerThanMaxBsFramesIsOutOfRange) {
+TEST(XcpEcuBlockDownload, OfMoreThanMaxBsFramesIsRefusedAtItsEnd) {
     Session bench(blockEcu());
     bench.ask("f6 00 00 00 10 10 00 00");
-    EXPECT_EQ(bench.ask("f0 13 a1 a2 a3 a4 a5 a6"), "fe 22");
-    EXPECT_EQ(bench.ask("f0 12 a1 a2 a3 a4 a5 a6"), "");
+    EXPECT_EQ(bench.ask("f0 13 a1 a2 a3 a4 a5 a6"), "");
+    bench.pass(kMs);
+    EXPECT_EQ(bench.ask("ef 0d a7 a8 a9 aa ab ac"), "");
+    bench.pass(kMs);
+    EXPECT_EQ(bench.ask("ef 07 ad ae af b0 b1 b2"), "");
+    bench.pass(kMs);
+    EXPECT_EQ(bench.ask("ef 01 b3"), "fe 29 00");
+    EXPECT_EQ(memoryOf(bench, 0x1010, 2), "10 11");
+}
+
+TEST(XcpEcuBlockDownload, OfAsManyFramesAsTheEcuReallyTakesIsFine) {
+    XcpEcuConfig config = blockEcu();
+    config.maxBs = 1;
+    config.blockFrames = 2;
+    config.minSt = 0;
+    Session bench(config);
+    EXPECT_EQ(bench.ask("fb"), "ff 00 01 00 01 00 00 10");
+    bench.ask("f6 00 00 00 10 10 00 00");
+    bench.ask("f0 07 a1 a2 a3 a4 a5 a6");
+    EXPECT_EQ(bench.ask("ef 01 a7"), "ff");
+    EXPECT_EQ(memoryOf(bench, 0x1010, 8), "a1 a2 a3 a4 a5 a6 a7 17");
 }
 
 TEST(XcpEcuBlockDownload, WithAWrongCountTellsTheOneExpected) {

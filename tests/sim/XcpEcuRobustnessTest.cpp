@@ -30,6 +30,15 @@ XcpEcuConfig randomEcu(std::mt19937& random) {
     config.memory[0].calibration = true;
     config.memory[0].pages.push_back(config.memory[0].pages[0]);
     config.freezeSupported = true;
+    config.resources |= xcp::kPgm;
+    config.program.flash.sectors = {{.base = 0x2000, .size = 8},
+                                    {.base = 0x2000U + 8U / config.granularity, .size = 8}};
+    config.program.flash.programTime = random() % 2 * kMs;
+    config.program.answer = static_cast<XcpFlashAnswer>(random() % 3);
+    config.program.masterBlockMode = random() % 2 == 0;
+    config.program.maxBs = 20;
+    config.program.functionalMode = random() % 2 == 0;
+    config.program.takesDownloadNext = random() % 2 == 0;
     config.checksum = static_cast<XcpChecksum>(1 + random() % 9);
     config.daq.dynamic = random() % 2 == 0;
     if (!config.daq.dynamic) {
