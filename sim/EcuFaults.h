@@ -13,16 +13,17 @@ namespace sim {
 
 enum class EcuFaultKind : std::uint8_t {
     silence,       ///< commands are not heard; without `command` nothing at all is sent, DAQ included
-    error,         ///< the command is not run, the answer is return code `code`
-    warning,       ///< the command is run, its answer carries return code `code`
+    error,         ///< the command is not run, the answer is error or return code `code`
+    warning,       ///< CCP: the command is run, its answer carries return code `code`
     delay,         ///< the answer leaves `delay` later
-    wrongCounter,  ///< the answer echoes the next command counter instead of its own
+    wrongCounter,  ///< CCP: the answer echoes the next command counter instead of its own
     truncate,      ///< frames of the answer are cut to `length` bytes
     extend,        ///< frames of the answer get `length` more bytes
     repeat,        ///< the answer is sent twice
     drop,          ///< the command is run, the answer lost
     reset,         ///< the ECU forgets its session and does not answer
     event,         ///< event packet `code` with `data`, at once, or ahead of the answer to `command`
+    service,       ///< XCP: service request packet `code` with `data`, likewise
     overload,      ///< a sample of the running lists of an event channel is lost
     dropDto,       ///< a DAQ packet is lost
     repeatDto,     ///< a DAQ packet is sent twice

@@ -22,15 +22,15 @@ std::uint8_t nextFrameLength(std::size_t length) {
     return kMaxPayload;
 }
 
-bool has(const std::vector<XcpFault>& faults, XcpFaultKind kind) {
+bool has(const std::vector<EcuFault>& faults, EcuFaultKind kind) {
     return std::any_of(faults.begin(), faults.end(),
-                       [kind](const XcpFault& fault) { return fault.kind == kind; });
+                       [kind](const EcuFault& fault) { return fault.kind == kind; });
 }
 
-Time totalDelay(const std::vector<XcpFault>& faults) {
+Time totalDelay(const std::vector<EcuFault>& faults) {
     Time sum = 0;
-    for (const XcpFault& fault : faults) {
-        sum += fault.kind == XcpFaultKind::delay ? fault.delay : 0;
+    for (const EcuFault& fault : faults) {
+        sum += fault.kind == EcuFaultKind::delay ? fault.delay : 0;
     }
     return sum;
 }
@@ -39,6 +39,13 @@ Time totalDelay(const std::vector<XcpFault>& faults) {
 bool isOfSession(std::uint8_t code) {
     constexpr std::uint8_t kCodes[] = {0xFF, 0xFE, 0xFD, 0xFC};  // CONNECT, DISCONNECT, GET_STATUS, SYNCH
     return std::find(std::begin(kCodes), std::end(kCodes), code) != std::end(kCodes);
+}
+
+std::vector<Time> periodsOf(const std::vector<XcpEventConfig>& events) {
+    std::vector<Time> periods;
+    std::transform(events.begin(), events.end(), std::back_inserter(periods),
+                   [](const XcpEventConfig& event) { return event.periodNs(); });
+    return periods;
 }
 
 /// The config as it came, if an ECU can be like this; called ahead of everything made from it.
@@ -56,10 +63,11 @@ XcpEcu::XcpEcu(XcpEcuConfig config)
       m_signals(m_config.signals),
       m_security(m_config.locks),
       m_daq(m_config, m_memory),
+      m_events(periodsOf(m_config.daq.events)),
+      m_faults(m_config.faultSeed),
       m_eventTimers(m_config.daq.events.size()),
-      m_scheduled(m_config.daq.events.size()),
-      m_eventIndices(m_config.daq.events.size()) {
-    m_signals.update(m_memory, m_eventIndices);
+      m_scheduled(m_config.daq.events.size()) {
+    m_signals.update(m_memory, m_events.indicesAt(0));
 }
 
 void XcpEcu::powerOn(Port& port) {
@@ -67,6 +75,7 @@ void XcpEcu::powerOn(Port& port) {
     m_port = &port;
     ++m_powerCycle;
     m_start = port.now();
+    m_events.start(m_start);
     m_commandEnd = m_start;
     m_lastAnswer = m_start;
 }
@@ -95,20 +104,20 @@ void XcpEcu::onFrame(const Frame& frame, Time end) {
 
 void XcpEcu::handleCommand(const XcpRequest& request) {
     ++m_counters.commands[request.code()];
-    const std::vector<XcpFault> faults = m_faults.onCommand(request.code());
-    if (has(faults, XcpFaultKind::reset)) {
+    const std::vector<EcuFault> faults = m_faults.onCommand(request.code(), m_commandEnd);
+    if (has(faults, EcuFaultKind::reset)) {
         endSession();
         return;
     }
-    if (has(faults, XcpFaultKind::silence)) {
+    if (has(faults, EcuFaultKind::silence)) {
         return;
     }
     const CommandRow* row = findRow(request.code());
     if (!m_connected && (row == nullptr || row->needsSession)) {
         return;
     }
-    const auto refused = std::find_if(faults.begin(), faults.end(), [](const XcpFault& fault) {
-        return fault.kind == XcpFaultKind::error;
+    const auto refused = std::find_if(faults.begin(), faults.end(), [](const EcuFault& fault) {
+        return fault.kind == EcuFaultKind::error;
     });
     XcpAnswer answer =
         refused != faults.end() ? XcpAnswer(static_cast<XcpError>(refused->code)) : dispatch(request);
@@ -165,11 +174,11 @@ void XcpEcu::endSession() {
     watchEvents();
 }
 
-void XcpEcu::sendAnswer(const XcpAnswer& answer, const std::vector<XcpFault>& faults) {
-    for (const XcpFault& fault : faults) {
+void XcpEcu::sendAnswer(const XcpAnswer& answer, const std::vector<EcuFault>& faults) {
+    for (const EcuFault& fault : faults) {
         sendFault(fault);
     }
-    if (has(faults, XcpFaultKind::drop) || answer.packets.empty()) {
+    if (has(faults, EcuFaultKind::drop) || answer.packets.empty()) {
         return;
     }
     const Time ready = std::max(m_commandEnd, answer.readyAt);
@@ -178,7 +187,7 @@ void XcpEcu::sendAnswer(const XcpAnswer& answer, const std::vector<XcpFault>& fa
         sendPending(ready);
     }
     m_lastAnswer = std::max(m_lastAnswer, when);
-    const int times = has(faults, XcpFaultKind::repeat) ? 2 : 1;
+    const int times = has(faults, EcuFaultKind::repeat) ? 2 : 1;
     for (int time = 0; time < times; ++time) {
         for (const XcpPacket& packet : answer.packets) {
             sendLater(spoil(makeFrame(packet, m_config.slaveId), faults), m_lastAnswer);
@@ -195,9 +204,9 @@ void XcpEcu::sendPending(Time until) {
     }
 }
 
-void XcpEcu::sendFault(const XcpFault& fault) {
-    const bool event = fault.kind == XcpFaultKind::event;
-    if (!event && fault.kind != XcpFaultKind::service) {
+void XcpEcu::sendFault(const EcuFault& fault) {
+    const bool event = fault.kind == EcuFaultKind::event;
+    if (!event && fault.kind != EcuFaultKind::service) {
         return;
     }
     XcpPacket packet(m_config.byteOrder, event ? xcp::kPidEvent : xcp::kPidService);
@@ -206,7 +215,7 @@ void XcpEcu::sendFault(const XcpFault& fault) {
 }
 
 void XcpEcu::sendEvent(std::uint8_t code) {
-    if (!m_faults.silent()) {
+    if (!m_faults.silent(m_port->now())) {
         m_port->send(makeFrame(XcpPacket(m_config.byteOrder, xcp::kPidEvent).u8(code), m_config.slaveId));
     }
 }
@@ -234,13 +243,13 @@ Frame XcpEcu::makeFrame(const XcpPacket& packet, std::uint32_t id) const {
     return frame;
 }
 
-Frame XcpEcu::spoil(Frame frame, const std::vector<XcpFault>& faults) const {
+Frame XcpEcu::spoil(Frame frame, const std::vector<EcuFault>& faults) const {
     const std::size_t limit = frame.fd ? kMaxPayload : 8;
-    for (const XcpFault& fault : faults) {
+    for (const EcuFault& fault : faults) {
         std::size_t length = frame.length;
-        if (fault.kind == XcpFaultKind::truncate) {
+        if (fault.kind == EcuFaultKind::truncate) {
             length = std::min<std::size_t>(length, fault.length);
-        } else if (fault.kind == XcpFaultKind::extend) {
+        } else if (fault.kind == EcuFaultKind::extend) {
             length = std::min(length + fault.length, limit);
         }
         length = nextFrameLength(length);
@@ -261,13 +270,13 @@ TimerId XcpEcu::runAt(Time when, std::function<void()> action) {
     });
 }
 
-void XcpEcu::inject(const XcpFault& fault) {
+void XcpEcu::inject(const EcuFault& fault) {
     const std::lock_guard lock(m_mutex);
-    const bool packet = fault.kind == XcpFaultKind::event || fault.kind == XcpFaultKind::service;
+    const bool packet = fault.kind == EcuFaultKind::event || fault.kind == EcuFaultKind::service;
     if (packet && !fault.command && fault.after == 0 && m_port != nullptr) {
         sendFault(fault);
     } else {
-        m_faults.add(fault);
+        m_faults.add(fault, m_port != nullptr ? m_port->now() : 0);
     }
 }
 
@@ -304,7 +313,7 @@ std::vector<std::uint8_t> XcpEcu::readFlash(std::uint32_t address, std::uint8_t 
 
 std::uint64_t XcpEcu::eventIndex(std::uint16_t event) const {
     const std::lock_guard lock(m_mutex);
-    return m_port != nullptr ? eventIndexAt(event, m_port->now()) : 0;
+    return m_port != nullptr ? m_events.indexAt(event, m_port->now()) : 0;
 }
 
 XcpEcuCounters XcpEcu::counters() const {

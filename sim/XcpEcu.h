@@ -2,11 +2,12 @@
 /// A simulated ECU that speaks XCP on CAN or CAN FD as a slave.
 #pragma once
 
+#include "sim/EcuFaults.h"
+#include "sim/EventChannels.h"
 #include "sim/Flash.h"
 #include "sim/Port.h"
 #include "sim/XcpDaqProcessor.h"
 #include "sim/XcpEcuConfig.h"
-#include "sim/XcpEcuFaults.h"
 #include "sim/XcpEcuPacket.h"
 #include "sim/XcpEcuSecurity.h"
 
@@ -54,7 +55,7 @@ public:
     void onFrame(const Frame& frame, Time end) override;
 
     /// Lets the ECU misbehave.
-    void inject(const XcpFault& fault);
+    void inject(const EcuFault& fault);
     void clearFaults();
 
     /// @p size bytes of memory as @p view sees them now, signals included; empty where there is none.
@@ -138,24 +139,23 @@ private:
     [[nodiscard]] XcpAnswer dispatch(const XcpRequest& request);
     void handleCommand(const XcpRequest& request);
     [[nodiscard]] XcpError refusal(const CommandRow& row) const;
-    void sendAnswer(const XcpAnswer& answer, const std::vector<XcpFault>& faults);
+    void sendAnswer(const XcpAnswer& answer, const std::vector<EcuFault>& faults);
     void sendPending(Time until);
-    void sendFault(const XcpFault& fault);
+    void sendFault(const EcuFault& fault);
     void sendEvent(std::uint8_t code);
     void sendLater(const Frame& frame, Time when);
     [[nodiscard]] Frame makeFrame(const XcpPacket& packet, std::uint32_t id) const;
-    [[nodiscard]] Frame spoil(Frame frame, const std::vector<XcpFault>& faults) const;
+    [[nodiscard]] Frame spoil(Frame frame, const std::vector<EcuFault>& faults) const;
     TimerId runAt(Time when, std::function<void()> action);
     void endSession();
 
     // ECU time, signals and sampling (XcpEcuEvents.cpp)
-    [[nodiscard]] std::uint64_t eventIndexAt(std::size_t event, Time time) const;
     [[nodiscard]] std::uint64_t clockAt(Time time) const;
     void moveSignals(Time time);
     void watchEvents();
     void scheduleEvent(std::uint16_t event, std::uint64_t index);
     void onEvent(std::uint16_t event, std::uint64_t index);
-    void sendDtos(const std::vector<XcpDto>& dtos);
+    void sendDtos(const std::vector<XcpDto>& dtos, Time now);
     void announceOverload();
 
     // Helpers of the handlers (XcpEcuStandard.cpp)
@@ -267,11 +267,11 @@ private:
     Signals m_signals;
     XcpEcuSecurity m_security;
     XcpDaqProcessor m_daq;
-    XcpEcuFaults m_faults;
+    EventChannels m_events;
+    EcuFaults m_faults;
     XcpEcuCounters m_counters;
-    std::vector<TimerId> m_eventTimers;         ///< by channel; 0: not running
-    std::vector<std::uint64_t> m_scheduled;     ///< event number of that timer, by channel
-    std::vector<std::uint64_t> m_eventIndices;  ///< scratch of moveSignals
+    std::vector<TimerId> m_eventTimers;      ///< by channel; 0: not running
+    std::vector<std::uint64_t> m_scheduled;  ///< event number of that timer, by channel
     bool m_connected = false;
     std::uint8_t m_requests = 0;  ///< store and clear requests that are not done yet
     std::uint16_t m_sessionConfigId = 0;

@@ -140,6 +140,7 @@ struct XcpEcuConfig {
     std::uint8_t padLength = 0;      ///< shorter frames are filled up to this length; 0: not filled
     std::uint8_t padByte = 0x00;     ///< also fills up to the next length that CAN FD has
     Time responseDelay = 0;          ///< from the end of a command to its answer, nanoseconds
+    std::uint32_t faultSeed = 1;     ///< of faults that are drawn
 
     ByteOrder byteOrder = ByteOrder::intel;
     std::uint8_t granularity = 1;  ///< bytes per address: 1, 2 or 4

@@ -3,33 +3,22 @@
 
 namespace sim {
 
-std::uint64_t XcpEcu::eventIndexAt(std::size_t event, Time time) const {
-    if (event >= m_config.daq.events.size() || time < m_start) {
-        return 0;
-    }
-    const Time period = m_config.daq.events[event].periodNs();
-    return period > 0 ? (time - m_start) / period : 0;
-}
-
 std::uint64_t XcpEcu::clockAt(Time time) const {
     const XcpDaqConfig& daq = m_config.daq;
     return daq.clockStart + (time - m_start) / (xcpUnitNs(daq.timestampUnit) * daq.timestampTicks);
 }
 
 void XcpEcu::moveSignals(Time time) {
-    for (std::size_t event = 0; event < m_eventIndices.size(); ++event) {
-        m_eventIndices[event] = eventIndexAt(event, time);
-    }
-    m_signals.update(m_memory, m_eventIndices);
+    m_signals.update(m_memory, m_events.indicesAt(time));
 }
 
 /// Sets a timer for each channel that has running lists now, and drops those of the others.
 void XcpEcu::watchEvents() {
     for (std::size_t i = 0; i < m_eventTimers.size(); ++i) {
         const auto event = static_cast<std::uint16_t>(i);
-        const bool wanted = m_daq.running(event) && m_config.daq.events[i].periodNs() > 0;
+        const bool wanted = m_daq.running(event) && m_events.cyclic(i);
         if (wanted && m_eventTimers[i] == 0) {
-            scheduleEvent(event, eventIndexAt(i, m_commandEnd) + 1);
+            scheduleEvent(event, m_events.indexAt(i, m_commandEnd) + 1);
         } else if (!wanted && m_eventTimers[i] != 0) {
             m_port->cancel(m_eventTimers[i]);
             m_eventTimers[i] = 0;
@@ -38,7 +27,7 @@ void XcpEcu::watchEvents() {
 }
 
 void XcpEcu::scheduleEvent(std::uint16_t event, std::uint64_t index) {
-    const Time when = m_start + index * m_config.daq.events[event].periodNs();
+    const Time when = m_events.timeOf(event, index);
     m_scheduled[event] = index;
     m_eventTimers[event] = runAt(when, [this, event, index] { onEvent(event, index); });
 }
@@ -48,23 +37,23 @@ void XcpEcu::onEvent(std::uint16_t event, std::uint64_t index) {
     if (m_eventTimers[event] == 0 || m_scheduled[event] != index) {
         return;
     }
-    const Time time = m_start + index * m_config.daq.events[event].periodNs();
+    const Time time = m_events.timeOf(event, index);
     moveSignals(time);
-    sendDtos(m_daq.sample(event, clockAt(time)));
+    sendDtos(m_daq.sample(event, clockAt(time)), time);
     scheduleEvent(event, index + 1);
 }
 
-void XcpEcu::sendDtos(const std::vector<XcpDto>& dtos) {
+void XcpEcu::sendDtos(const std::vector<XcpDto>& dtos, Time now) {
     if (dtos.empty()) {
         return;
     }
-    if (m_faults.onSample()) {
+    if (m_faults.onSample(now)) {
         m_counters.lostDtos += dtos.size();
         announceOverload();
         return;
     }
     for (const XcpDto& dto : dtos) {
-        const int times = m_faults.silent() ? 0 : m_faults.onDto();
+        const int times = m_faults.silent(now) ? 0 : m_faults.onDto(now);
         m_counters.lostDtos += times == 0 ? 1 : 0;
         for (int time = 0; time < times; ++time) {
             m_port->send(makeFrame(dto.packet, dto.canId));

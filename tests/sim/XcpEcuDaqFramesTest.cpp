@@ -270,7 +270,7 @@ TEST(XcpEcuOverload, IsMarkedInTheNextIdentifier) {
     Session bench(config);
     ASSERT_EQ(bench.setUp(twoLists("00")), "");
     ASSERT_EQ(bench.setUp({"de 01 00 00"}), "");
-    bench.ecu.inject(XcpFault{.kind = XcpFaultKind::overload, .after = 1, .count = 2});
+    bench.ecu.inject(EcuFault{.kind = EcuFaultKind::overload, .after = 1, .count = 2});
     EXPECT_EQ(bench.pass(10 * kMs), "00 10 11 20 | 01 30 31 32");
     EXPECT_EQ(bench.pass(20 * kMs), "");
     EXPECT_EQ(bench.pass(10 * kMs), "80 10 11 20 | 01 30 31 32");
@@ -284,7 +284,7 @@ TEST(XcpEcuOverload, IsToldByAnEvent) {
     Session bench(config);
     ASSERT_EQ(bench.setUp(twoLists("00")), "");
     ASSERT_EQ(bench.setUp({"de 01 01 00"}), "");
-    bench.ecu.inject(XcpFault{.kind = XcpFaultKind::overload});
+    bench.ecu.inject(EcuFault{.kind = EcuFaultKind::overload});
     EXPECT_EQ(bench.pass(20 * kMs), "fd 06 | 02 40");
 }
 
@@ -292,7 +292,7 @@ TEST(XcpEcuOverload, MayGoUnannounced) {
     Session bench(quiet(XcpIdField::absolute));
     ASSERT_EQ(bench.setUp(twoLists("00")), "");
     ASSERT_EQ(bench.setUp({"de 01 01 00"}), "");
-    bench.ecu.inject(XcpFault{.kind = XcpFaultKind::overload});
+    bench.ecu.inject(EcuFault{.kind = EcuFaultKind::overload});
     EXPECT_EQ(bench.pass(20 * kMs), "02 40");
 }
 

@@ -5,7 +5,7 @@
 namespace sim::test {
 namespace {
 
-using Kind = XcpFaultKind;
+using Kind = EcuFaultKind;
 
 struct Faulty : Session {
     Faulty() : Session(smallEcu()) {}
@@ -21,7 +21,7 @@ struct Faulty : Session {
 TEST(XcpFaultSilence, KeepsAnswersAndDaqBackUntilTold) {
     Faulty bench;
     bench.startDaq();
-    bench.ecu.inject({.kind = Kind::silence, .count = XcpFault::kForever});
+    bench.ecu.inject({.kind = Kind::silence, .count = EcuFault::kForever});
     EXPECT_EQ(bench.ask("fd"), "");
     EXPECT_EQ(bench.pass(20 * kMs), "");
     bench.ecu.clearFaults();

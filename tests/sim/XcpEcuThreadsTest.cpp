@@ -78,7 +78,7 @@ TEST(XcpEcuThreads, MayReadWriteAndInjectWhileTheBusRuns) {
     while (!done) {
         EXPECT_EQ(ecu.read(0x1000, 0, 4).size(), 4U);
         EXPECT_TRUE(ecu.write(0x1010, 0, bytesOf("01 02")));
-        ecu.inject({.kind = XcpFaultKind::event, .code = 0x07});
+        ecu.inject({.kind = EcuFaultKind::event, .code = 0x07});
         EXPECT_TRUE(ecu.connected() && ecu.daqRunning());
     }
     bus.join();

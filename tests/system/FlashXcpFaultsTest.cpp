@@ -146,7 +146,7 @@ protected:
     int run(MemoryBench& bench) { return GetParam().run(bench, m_folder.path("image.hex")); }
 
     /// Runs the operation with @p fault at each of its frames, and without it each time after that.
-    void failsAtEachFrame(MemoryBench& bench, sim::XcpFault fault, bool dead) {
+    void failsAtEachFrame(MemoryBench& bench, sim::EcuFault fault, bool dead) {
         bench.record();
         ASSERT_EQ(run(bench), 0);
         const Bytes frames = bench.recorded();
@@ -172,7 +172,7 @@ TEST_P(FlashXcpFaults, AnErrorCodeAtEachFrameGivesTheCodeOfItsStep) {
     MemoryBench bench(m_pair);
     for (const std::uint8_t code : kErrorCodes) {
         SCOPED_TRACE(int{code});
-        failsAtEachFrame(bench, {.kind = sim::XcpFaultKind::error, .code = code}, false);
+        failsAtEachFrame(bench, {.kind = sim::EcuFaultKind::error, .code = code}, false);
     }
 }
 
@@ -182,7 +182,7 @@ TEST_P(FlashXcpFaults, ASynchCodeIsTakenForAPositiveAnswer) {
     ASSERT_EQ(run(bench), 0);
     ASSERT_EQ(bench.connects(), 0);
     bench.record();
-    bench.ecu.inject({.kind = sim::XcpFaultKind::error});
+    bench.ecu.inject({.kind = sim::EcuFaultKind::error});
     static_cast<void>(run(bench));
     EXPECT_GT(bench.recorded().size(), 1U) << "the operation goes on behind its first frame";
     ASSERT_EQ(bench.connects(), 0);
@@ -194,20 +194,20 @@ TEST_P(FlashXcpFaults, ABusyCodeAndNothingElseAtEachFrameIsNoAnswer) {
     MemoryBench bench(m_pair);
     for (const std::uint8_t code : kBusyCodes) {
         SCOPED_TRACE(int{code});
-        failsAtEachFrame(bench, {.kind = sim::XcpFaultKind::error, .code = code}, true);
+        failsAtEachFrame(bench, {.kind = sim::EcuFaultKind::error, .code = code}, true);
     }
 }
 
 TEST_P(FlashXcpFaults, SilenceFromEachFrameOnIsNoAnswer) {
     setPatience(m_pair, std::chrono::milliseconds(250), 0);
     MemoryBench bench(m_pair);
-    failsAtEachFrame(bench, {.kind = sim::XcpFaultKind::silence, .count = sim::XcpFault::kForever}, true);
+    failsAtEachFrame(bench, {.kind = sim::EcuFaultKind::silence, .count = sim::EcuFault::kForever}, true);
 }
 
 TEST_P(FlashXcpFaults, AResetAtEachFrameIsNoAnswer) {
     setPatience(m_pair, std::chrono::milliseconds(250), 0);
     MemoryBench bench(m_pair);
-    failsAtEachFrame(bench, {.kind = sim::XcpFaultKind::reset}, true);
+    failsAtEachFrame(bench, {.kind = sim::EcuFaultKind::reset}, true);
 }
 
 std::string nameOf(const testing::TestParamInfo<Operation>& info) {

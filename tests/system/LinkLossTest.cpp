@@ -127,7 +127,7 @@ TEST_F(TwoEcus, AreDisconnectedWhenOneDidNotEvenAnswerToConnect) {
     setPatience(m_shaky, milliseconds(100), 1);
     m_host.addBus(realTimeBus());
     m_host.addEcu(m_steady);
-    m_host.addEcu(m_shaky).inject({.kind = sim::XcpFaultKind::silence, .count = sim::XcpFault::kForever});
+    m_host.addEcu(m_shaky).inject({.kind = sim::EcuFaultKind::silence, .count = sim::EcuFault::kForever});
     EXPECT_EQ(m_host.connects({"steady", "shaky"}), 3);
     EXPECT_FALSE(isConnectEcu()) << "a failed CONNECT leaves the flag as it was";
     ASSERT_EQ(m_host.starts({{"steady", allVariables(m_steady)}}), 0);

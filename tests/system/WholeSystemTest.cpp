@@ -224,7 +224,7 @@ TEST(ADisconnect, ThrowsAwayWhatIsQueuedBehindIt) {
     BusHost host;
     host.addBus(fastBus());
     host.addEcu(alive);
-    host.addEcu(silent).inject({.kind = sim::XcpFaultKind::silence, .count = sim::XcpFault::kForever});
+    host.addEcu(silent).inject({.kind = sim::EcuFaultKind::silence, .count = sim::EcuFault::kForever});
     ASSERT_EQ(host.connects({"alive"}), 0);
 
     EcuConnect({"silent"});  // waits for an answer while the others are queued
