@@ -20,7 +20,7 @@ using namespace std::chrono_literals;
 
 constexpr std::uint32_t kSlaveIds = 0x200;
 constexpr std::uint32_t kMasterIds = 0x100;
-constexpr std::size_t kMostEcus = 3;
+constexpr std::size_t kMostEcus = 4;
 constexpr std::uint64_t kMostUndelivered = 1800;
 constexpr std::uint64_t kSeconds = 10;
 
@@ -29,6 +29,7 @@ struct Load {
     std::size_t ecus;
     std::uint64_t framesPerMs;
     std::size_t values;
+    std::size_t ccpEcus = 0;  ///< how many of them speak CCP: the last ones
 };
 
 std::string nameOf(std::size_t ecu) {
@@ -40,19 +41,31 @@ std::uint16_t valueAt(std::uint64_t frame, std::size_t variable) {
     return static_cast<std::uint16_t>(frame * 31 + variable * 7);
 }
 
-/// Every command is answered at once; the first PID of a list is 0.
-std::uint32_t answer(std::uint8_t, std::uint32_t id, std::uint8_t, std::uint8_t, const std::uint8_t*) {
-    static constexpr std::array<std::uint8_t, 8> kPositive{0xFF};
-    recvCanMsg(0, 0, 0, id - kMasterIds + kSlaveIds, kPositive.size(), kPositive.data());
+std::size_t g_firstCcpEcu = kMostEcus;
+
+/// Every command is answered at once; the first PID of a list is 0. A CCP ECU echoes the counter, and tells
+/// that it has version 2.
+std::uint32_t answer(std::uint8_t, std::uint32_t id, std::uint8_t, std::uint8_t, const std::uint8_t* data) {
+    std::array<std::uint8_t, 8> positive{0xFF};
+    if (id - kMasterIds >= g_firstCcpEcu) {
+        positive[2] = data[1];
+        positive[3] = 2;
+    }
+    recvCanMsg(0, 0, 0, id - kMasterIds + kSlaveIds, positive.size(), positive.data());
     return 0;
 }
 
 EcuProtoCfg makeConfig(std::size_t ecu) {
     EcuProtoCfg cfg;
     cfg.ecuName = nameOf(ecu);
+    cfg.protoType = ecu >= g_firstCcpEcu ? 0 : 1;
     cfg.canIdMaster = kMasterIds + static_cast<std::uint32_t>(ecu);
     cfg.canIdSlave = kSlaveIds + static_cast<std::uint32_t>(ecu);
     cfg.maxDto = 64;
+    cfg.ccp.timeoutMs = 1000;
+    cfg.ccp.statusPeriodMs = 0;
+    cfg.ccp.packMode = 0;
+    cfg.ccp.daqLists[0].odtCount = 1;
     cfg.xcp.t1 = 1000;
     cfg.xcp.statusPeriodMs = 0;
     cfg.xcp.daqProperties = 1;
@@ -125,6 +138,7 @@ void startEcus(const Load& load) {
     std::list<EcuProtoCfg> configs;
     std::vector<std::string> names;
     std::map<std::string, std::vector<mcMeasureVariable>> measured;
+    g_firstCcpEcu = load.ecus - load.ccpEcus;
     for (std::size_t ecu = 0; ecu < load.ecus; ++ecu) {
         g_cycles[ecu] = 0;
         configs.push_back(makeConfig(ecu));
@@ -240,6 +254,10 @@ bench::Figure drainManyAndFew() {
                    [] {
                        return workerLoad({1, 60, 15});
                    },
+                   bench::Processors::All}),
+    bench::addRow({"P7", "worker, 2 XCP and 2 CCP ECUs with 20,000 frames/s, 3 values each", "",
+                   "% of a processor", bench::atMost(15.0),
+                   [] { return workerLoad({.ecus = 4, .framesPerMs = 20, .values = 3, .ccpEcus = 2}); },
                    bench::Processors::All}),
     bench::addRow(
         {"P8", "draining 2,000 waiting frames", "draining 200", "ns", bench::atMost(15.0), drainManyAndFew}),

@@ -12,6 +12,22 @@ namespace {
     throw ConfigError(ecu.place, "ecu." + key, fmt::format("in \"{}\": {}", ecu.name, problem));
 }
 
+/// Identifiers that frames of @p ecu carry, those of its own DAQ lists included.
+std::set<std::uint32_t> identifiers(const EcuRecord& ecu) {
+    std::set<std::uint32_t> ids{ecu.commandId, ecu.responseId};
+    for (const DaqListRecord& list : ecu.daq.lists) {
+        ids.insert(list.id.value_or(ecu.responseId));
+    }
+    return ids;
+}
+
+bool sharesIdentifier(const EcuRecord& a, const EcuRecord& b) {
+    const std::set<std::uint32_t> taken = identifiers(a);
+    const std::set<std::uint32_t> wanted = identifiers(b);
+    return std::any_of(wanted.begin(), wanted.end(),
+                       [&taken](std::uint32_t id) { return taken.count(id) > 0; });
+}
+
 void checkIdentity(const ConfigTable& table, const EcuRecord& ecu, const std::vector<EcuRecord>& before) {
     if (ecu.commandId == ecu.responseId) {
         table.fail("response_id", "equals command_id; give two identifiers");
@@ -20,8 +36,7 @@ void checkIdentity(const ConfigTable& table, const EcuRecord& ecu, const std::ve
         if (other.name == ecu.name) {
             table.fail("name", fmt::format("\"{}\" is the name of another ECU; give each its own", ecu.name));
         }
-        const std::set<std::uint32_t> taken{other.commandId, other.responseId};
-        if (other.bus == ecu.bus && (taken.count(ecu.commandId) > 0 || taken.count(ecu.responseId) > 0)) {
+        if (other.bus == ecu.bus && sharesIdentifier(other, ecu)) {
             table.fail("command_id",
                        fmt::format("shares an identifier with \"{}\" on the same bus", other.name));
         }
@@ -54,43 +69,112 @@ void checkNames(const EcuRecord& ecu) {
     checkUnique(ecu, "signals", ecu.signals, [](const SignalRecord& signal) { return signal.first.name; });
     checkUnique(ecu, "variables", ecu.variables,
                 [](const VariableRecord& variable) { return variable.name; });
+    checkUnique(ecu, "parameters", ecu.parameters,
+                [](const ParameterRecord& parameter) { return parameter.name; });
 }
 
-std::uint64_t endOf(const SegmentRecord& segment) {
-    return std::uint64_t{segment.address} + segment.size;
+/// The first bytes of packets tell DAQ lists apart.
+void checkLists(const EcuRecord& ecu) {
+    constexpr unsigned kPids = 254;
+    std::set<unsigned> taken;
+    for (const DaqListRecord& list : ecu.daq.lists) {
+        const unsigned end = list.firstPid + list.odts;
+        if (end > kPids) {
+            fail(ecu, "daq.list", fmt::format("the one from first_pid {} on ends behind 253", list.firstPid));
+        }
+        for (unsigned pid = list.firstPid; pid < end; ++pid) {
+            if (!taken.insert(pid).second) {
+                fail(ecu, "daq.list",
+                     fmt::format("the one from first_pid {} on shares {} with another", list.firstPid, pid));
+            }
+        }
+        if (list.id == ecu.commandId) {
+            fail(ecu, "daq.list.id", "equals command_id; give another identifier, or none");
+        }
+    }
+}
+
+/// A range of addresses.
+struct Range {
+    std::uint64_t begin = 0;
+    std::uint64_t end = 0;
+};
+
+Range rangeOf(const SegmentRecord& segment) {
+    return {segment.address, std::uint64_t{segment.address} + segment.size};
+}
+
+/// The ranges of all segments and of their reference pages, in ascending order.
+std::vector<Range> sortedRanges(const EcuRecord& ecu) {
+    std::vector<Range> ranges;
+    for (const SegmentRecord& segment : ecu.segments) {
+        ranges.push_back(rangeOf(segment));
+        if (segment.kind == SegmentKind::calibration && ecu.ccp) {
+            ranges.push_back(
+                {segment.referenceAddress, std::uint64_t{segment.referenceAddress} + segment.size});
+        }
+    }
+    std::sort(ranges.begin(), ranges.end(), [](const Range& a, const Range& b) { return a.begin < b.begin; });
+    return ranges;
 }
 
 void checkSegments(const EcuRecord& ecu) {
-    std::vector<SegmentRecord> sorted = ecu.segments;
-    std::sort(sorted.begin(), sorted.end(),
-              [](const SegmentRecord& a, const SegmentRecord& b) { return a.address < b.address; });
+    const std::vector<Range> sorted = sortedRanges(ecu);
     for (std::size_t i = 0; i < sorted.size(); ++i) {
-        if (endOf(sorted[i]) > 0x1'0000'0000) {
+        if (sorted[i].end > 0x1'0000'0000) {
             fail(ecu, "segment",
-                 fmt::format("the one at 0x{:X} ends behind the last address", sorted[i].address));
+                 fmt::format("the one at 0x{:X} ends behind the last address", sorted[i].begin));
         }
-        if (i > 0 && endOf(sorted[i - 1]) > sorted[i].address) {
+        if (i > 0 && sorted[i - 1].end > sorted[i].begin) {
             fail(ecu, "segment",
-                 fmt::format("those at 0x{:X} and 0x{:X} overlap", sorted[i - 1].address, sorted[i].address));
+                 fmt::format("those at 0x{:X} and 0x{:X} overlap", sorted[i - 1].begin, sorted[i].begin));
         }
     }
 }
 
-bool inSegment(const EcuRecord& ecu, std::uint64_t address, std::uint64_t size) {
+/// The library selects one pair of pages, and sectors of flash have numbers of 8 bits.
+void checkKinds(const EcuRecord& ecu) {
+    const auto count = [&ecu](SegmentKind kind) {
+        return std::count_if(ecu.segments.begin(), ecu.segments.end(),
+                             [kind](const SegmentRecord& segment) { return segment.kind == kind; });
+    };
+    if (count(SegmentKind::calibration) > 1 || count(SegmentKind::flash) > 1) {
+        fail(ecu, "segment", "there are two of kind \"calibration\" or \"flash\"; give one of each at most");
+    }
+    const SegmentRecord* flash = ecu.firstSegment(SegmentKind::flash);
+    if (flash != nullptr && flash->size / ecu.flash.sectorSize > 0xFF) {
+        fail(ecu, "flash.sector_size",
+             fmt::format("makes {} sectors; 255 are allowed", flash->size / ecu.flash.sectorSize));
+    }
+}
+
+template <class Wanted>
+bool inSegment(const EcuRecord& ecu, std::uint64_t address, std::uint64_t size, Wanted wanted) {
     return std::any_of(ecu.segments.begin(), ecu.segments.end(), [&](const SegmentRecord& segment) {
-        return address >= segment.address && address + size <= endOf(segment);
+        const Range range = rangeOf(segment);
+        return wanted(segment.kind) && address >= range.begin && address + size <= range.end;
     });
 }
 
+/// What moves lies in RAM: signals in other memory would spoil what the demo writes there.
 void checkMemory(const EcuRecord& ecu) {
+    const auto ram = [](SegmentKind kind) { return kind == SegmentKind::ram; };
+    const auto calibration = [](SegmentKind kind) { return kind == SegmentKind::calibration; };
+    const auto any = [](SegmentKind) { return true; };
     for (const SignalRecord& signal : ecu.signals) {
-        if (!inSegment(ecu, signal.first.address, signal.size())) {
-            fail(ecu, "signals", fmt::format("\"{}\" lies outside the segments", signal.first.name));
+        if (!inSegment(ecu, signal.first.address, signal.size(), ram)) {
+            fail(ecu, "signals",
+                 fmt::format("\"{}\" lies outside the segments of kind \"ram\"", signal.first.name));
         }
     }
     for (const VariableRecord& variable : ecu.variables) {
-        if (!ecu.rejects(variable) && !inSegment(ecu, variable.address, variable.size)) {
+        if (!ecu.rejects(variable) && !inSegment(ecu, variable.address, variable.size, any)) {
             fail(ecu, "variables", fmt::format("\"{}\" lies outside the segments", variable.name));
+        }
+    }
+    for (const ParameterRecord& parameter : ecu.parameters) {
+        if (!inSegment(ecu, parameter.address, parameter.bytes.size(), calibration)) {
+            fail(ecu, "parameters", fmt::format("\"{}\" lies outside the working page", parameter.name));
         }
     }
 }
@@ -118,7 +202,9 @@ void checkEcu(const ConfigTable& table, const EcuRecord& ecu, const std::vector<
     checkIdentity(table, ecu, before);
     checkLocks(ecu);
     checkNames(ecu);
+    checkLists(ecu);
     checkSegments(ecu);
+    checkKinds(ecu);
     checkMemory(ecu);
     checkSignalOverlap(ecu);
 }

@@ -13,6 +13,18 @@ namespace host {
 /// @throws ConfigError
 [[nodiscard]] EcuRecord readEcu(ConfigTable& table, const std::vector<BusRecord>& buses);
 
+/// Reads how the flash of an ECU works. @throws ConfigError
+[[nodiscard]] FlashRecord readFlash(ConfigTable table);
+
+/// Reads the memory of an ECU. @throws ConfigError
+[[nodiscard]] std::vector<SegmentRecord> readSegments(ConfigTable& ecuTable, const EcuRecord& ecu);
+
+/// Reads the calibration values of an ECU. @throws ConfigError
+[[nodiscard]] std::vector<ParameterRecord> readParameters(ConfigTable& ecuTable, const EcuRecord& ecu);
+
+/// The types of values, in the order of `sim::SignalType`.
+[[nodiscard]] const Words& typeWords();
+
 /// Reads the signals of an ECU. @throws ConfigError
 [[nodiscard]] std::vector<SignalRecord> readSignals(ConfigTable& ecuTable, const EcuRecord& ecu);
 

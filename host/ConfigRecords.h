@@ -6,6 +6,7 @@
 #include "sim/ByteOrder.h"
 #include "sim/Signals.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -39,8 +40,8 @@ struct TimeoutRecord {
 
 /// A resource of an ECU that is closed until its key was given.
 struct LockRecord {
-    std::uint8_t resource = 0;  ///< one bit of the protocol's resource mask
-    std::uint8_t seedLength = 4;
+    std::uint8_t resource = 0;    ///< one bit of the protocol's resource mask
+    std::uint8_t seedLength = 4;  ///< bytes; 4 in every CCP ECU
 };
 
 /// Seed and key of an ECU.
@@ -58,21 +59,53 @@ struct EventRecord {
     std::uint64_t periodNs = 0;
 };
 
+/// One DAQ list of a CCP ECU. An XCP ECU makes its lists as they are asked for.
+struct DaqListRecord {
+    std::uint8_t odts = 1;
+    std::uint8_t firstPid = 0;         ///< first byte of the packets of its first ODT
+    std::optional<std::uint32_t> id;   ///< identifier of its packets; none: that of the responses
+    std::vector<std::uint8_t> events;  ///< event channels that it can be put on; empty: any
+};
+
 /// How an ECU measures.
 struct DaqRecord {
-    std::uint8_t idField = 0;       ///< identification field of its packets, 0 to 3
-    std::uint8_t maxEntrySize = 7;  ///< bytes
-    std::uint16_t maxOdts = 252;
-    std::uint16_t maxEntries = 1000;
-    std::uint8_t timestampSize = 0;  ///< bytes: 0 (no timestamps), 1, 2 or 4
-    std::uint8_t packMode = 2;       ///< as in the library's record: 0, 1 or 2
+    std::uint8_t idField = 0;            ///< XCP: identification field of its packets, 0 to 3
+    std::uint8_t maxEntrySize = 7;       ///< XCP: bytes
+    std::uint16_t maxOdts = 252;         ///< XCP
+    std::uint16_t maxEntries = 1000;     ///< XCP
+    std::uint8_t timestampSize = 0;      ///< XCP: bytes: 0 (no timestamps), 1, 2 or 4
+    std::uint8_t packMode = 2;           ///< as in the library's record: 0, 1 or 2
+    std::vector<DaqListRecord> lists{};  ///< CCP: by number
+};
+
+/// What a range of memory is for.
+enum class SegmentKind : std::uint8_t {
+    ram,          ///< what moves, and what is measured
+    calibration,  ///< a working page that can be written and a reference page that cannot
+    flash,        ///< the program; it is erased and programmed
 };
 
 /// A range of memory.
 struct SegmentRecord {
+    SegmentKind kind = SegmentKind::ram;
     std::uint32_t address = 0;
-    std::uint32_t size = 0;  ///< bytes
-    bool writable = false;
+    std::uint32_t size = 0;              ///< bytes
+    bool writable = false;               ///< `ram` only
+    std::uint32_t referenceAddress = 0;  ///< `calibration` only; XCP has both pages at one address
+};
+
+/// Flash of an ECU: how it works and how it is checked.
+struct FlashRecord {
+    std::uint32_t sectorSize = 0x1000;  ///< bytes that are cleared together
+    std::uint32_t eraseMs = 5;          ///< milliseconds to clear one sector
+    std::uint32_t programUs = 50;       ///< microseconds to program the bytes of one command
+};
+
+/// A calibration value, and what the demo writes there.
+struct ParameterRecord {
+    std::string name;
+    std::uint32_t address = 0;        ///< on the working page
+    std::vector<std::uint8_t> bytes;  ///< the value, as the ECU stores it
 };
 
 /// What moves in the memory of a simulated ECU: one value, or several behind each other.
@@ -100,8 +133,10 @@ struct VariableRecord {
 /// One ECU.
 struct EcuRecord {
     std::string name;
-    ConfigPlace place;    ///< where it stands in the file
-    std::size_t bus = 0;  ///< index of its bus
+    ConfigPlace place;                 ///< where it stands in the file
+    std::size_t bus = 0;               ///< index of its bus
+    bool ccp = false;                  ///< it speaks CCP, else XCP
+    std::uint16_t stationAddress = 1;  ///< CCP
     std::uint32_t commandId = 0;
     std::uint32_t responseId = 0;
     bool extended = false;  ///< identifiers of 29 bits
@@ -112,17 +147,33 @@ struct EcuRecord {
     bool blockMode = false;              ///< uploads answered in blocks
     bool rejectZeroAddress = false;      ///< a variable at address 0 is a mistake
     std::vector<std::uint8_t> commands;  ///< codes of the optional commands that it has
+    std::uint8_t checksum = 9;           ///< kind of its checksums, as the library numbers them
     TimeoutRecord timeouts;
     SecurityRecord security;
     DaqRecord daq;
     std::vector<EventRecord> events;
+    FlashRecord flash;
     std::vector<SegmentRecord> segments;
+    std::vector<ParameterRecord> parameters;
     std::vector<SignalRecord> signals;
     std::vector<VariableRecord> variables;
 
     /// Whether the library has to refuse @p variable.
     [[nodiscard]] bool rejects(const VariableRecord& variable) const {
         return rejectZeroAddress && variable.address == 0;
+    }
+
+    /// Whether it has the optional command of that code.
+    [[nodiscard]] bool knows(std::uint8_t code) const {
+        return std::find(commands.begin(), commands.end(), code) != commands.end();
+    }
+
+    /// The first segment of that kind, or null.
+    [[nodiscard]] const SegmentRecord* firstSegment(SegmentKind kind) const {
+        const auto found =
+            std::find_if(segments.begin(), segments.end(),
+                         [kind](const SegmentRecord& segment) { return segment.kind == kind; });
+        return found != segments.end() ? &*found : nullptr;
     }
 };
 

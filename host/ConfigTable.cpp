@@ -26,6 +26,10 @@ std::string typeName(const toml::node& node) {
     return name.str();
 }
 
+std::string choiceOf(const Words& words) {
+    return fmt::format("one of \"{}\"", fmt::join(words, "\", \""));
+}
+
 }  // namespace
 
 ConfigTable::ConfigTable(const toml::table& table, std::string file, std::string path)
@@ -133,18 +137,31 @@ bool ConfigTable::flag(const std::string& key, bool fallback) {
     return value->get();
 }
 
-std::size_t ConfigTable::word(const std::string& key, const Words& words) {
-    const std::string choice = fmt::format("one of \"{}\"", fmt::join(words, "\", \""));
-    const std::string found = textOf(key, need(key, choice));
+std::size_t ConfigTable::indexOf(const std::string& key, const toml::node& node, const Words& words) const {
+    const std::string found = textOf(key, node);
     const auto place = std::find(words.begin(), words.end(), found);
     if (place == words.end()) {
-        fail(key, fmt::format("found \"{}\"; give {}", found, choice));
+        fail(key, fmt::format("found \"{}\"; give {}", found, choiceOf(words)));
     }
     return static_cast<std::size_t>(std::distance(words.begin(), place));
 }
 
+std::size_t ConfigTable::word(const std::string& key, const Words& words) {
+    return indexOf(key, need(key, choiceOf(words)), words);
+}
+
 std::size_t ConfigTable::word(const std::string& key, const Words& words, std::size_t fallback) {
     return has(key) ? word(key, words) : fallback;
+}
+
+std::vector<std::size_t> ConfigTable::chosen(const std::string& key, const Words& words) {
+    std::vector<std::size_t> found;
+    if (const toml::array* elements = array(key, "texts")) {
+        for (const toml::node& element : *elements) {
+            found.push_back(indexOf(key, element, words));
+        }
+    }
+    return found;
 }
 
 const toml::array* ConfigTable::array(const std::string& key, const std::string& what) {

@@ -61,6 +61,9 @@ public:
     [[nodiscard]] std::size_t word(const std::string& key, const Words& words);
     [[nodiscard]] std::size_t word(const std::string& key, const Words& words, std::size_t fallback);
 
+    /// The indices in @p words of an array of words; empty if it is not there.
+    [[nodiscard]] std::vector<std::size_t> chosen(const std::string& key, const Words& words);
+
     /// An array of texts or of numbers; empty if it is not there.
     [[nodiscard]] std::vector<std::string> texts(const std::string& key);
     [[nodiscard]] std::vector<std::int64_t> numbers(const std::string& key, NumberRange range);
@@ -87,6 +90,8 @@ private:
     [[nodiscard]] std::int64_t checked(const std::string& key, const toml::node& node,
                                        NumberRange range) const;
     [[nodiscard]] std::string textOf(const std::string& key, const toml::node& node) const;
+    [[nodiscard]] std::size_t indexOf(const std::string& key, const toml::node& node,
+                                      const Words& words) const;
     [[nodiscard]] const toml::array* array(const std::string& key, const std::string& what);
 
     const toml::table* m_table;

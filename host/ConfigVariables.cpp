@@ -12,13 +12,12 @@ namespace {
 constexpr NumberRange kAddress{0, 0xFFFFFFFF};
 constexpr std::int64_t kMostVariableSize = 0xFFFF;
 
-const Words kTypes{"u8", "i8", "u16", "i16", "u32", "i32", "u64", "i64", "f32", "f64"};
 const Words kKinds{"counter", "sine", "ramp", "constant", "state"};
 
 void readShape(ConfigTable& table, sim::Signal& signal) {
     using sim::SignalKind;
     if (signal.kind != SignalKind::stateMachine) {
-        signal.type = static_cast<sim::SignalType>(table.word("type", kTypes));
+        signal.type = static_cast<sim::SignalType>(table.word("type", typeWords()));
     }
     if (signal.kind != SignalKind::counter && signal.kind != SignalKind::stateMachine) {
         signal.offset = table.real("offset", 0.0);
@@ -102,6 +101,11 @@ VariableRecord readVariable(ConfigTable& table, const EcuRecord& ecu) {
 }
 
 }  // namespace
+
+const Words& typeWords() {
+    static const Words kTypes{"u8", "i8", "u16", "i16", "u32", "i32", "u64", "i64", "f32", "f64"};
+    return kTypes;
+}
 
 std::vector<SignalRecord> readSignals(ConfigTable& ecuTable, const EcuRecord& ecu) {
     std::vector<SignalRecord> signals;

@@ -193,7 +193,7 @@ ExitCode runDecode(const DecodeOptions& options) {
     } catch (const IdPairError& error) {
         return refuse(error.what(), ExitCode::usage);
     } catch (const ConfigError& error) {
-        return refuse(error.what(), ExitCode::usage);
+        return refuse(error.what(), ExitCode::configuration);
     } catch (const std::system_error& error) {
         return refuse(error.what(), ExitCode::failed);
     }

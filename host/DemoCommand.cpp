@@ -28,7 +28,7 @@ ExitCode runDemo(const DemoOptions& options) {
         return code;
     } catch (const ConfigError& error) {
         Output(stderr, false).line(std::string("talvex: ") + error.what());
-        return ExitCode::usage;
+        return ExitCode::configuration;
     }
 }
 

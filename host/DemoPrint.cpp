@@ -29,19 +29,13 @@ std::string loadLine(const BusRecord& bus, const sim::BusCounters& before, const
 
 }  // namespace
 
-void DemoRun::say(const std::string& step, const std::string& text) {
-    const double time = std::chrono::duration<double>(std::chrono::steady_clock::now() - m_start).count();
-    m_output.line(fmt::format("{} {} {}", m_output.paint(Colour::dim, fmt::format("{:7.3f} s", time)),
-                              m_output.paint(Colour::bold, fmt::format("{:<11}", step)), text));
-}
-
 void DemoRun::printHead() {
     m_output.line(m_output.paint(Colour::bold, fmt::format("talvex demo, {}", m_config.file)));
     for (const EcuRecord& ecu : m_config.ecus) {
         const BusRecord& bus = m_config.buses[ecu.bus];
-        m_output.line(fmt::format("  {:<10} {:<30} channel {}  0x{:X}/0x{:X}  {} endian  {} variables",
-                                  ecu.name, busText(bus), bus.channel, ecu.commandId, ecu.responseId,
-                                  ecu.byteOrder == sim::ByteOrder::intel ? "little" : "big",
+        m_output.line(fmt::format("  {:<10} {} on {:<29} channel {}  0x{:X}/0x{:X}  {} endian  {} variables",
+                                  ecu.name, ecu.ccp ? "CCP" : "XCP", busText(bus), bus.channel, ecu.commandId,
+                                  ecu.responseId, ecu.byteOrder == sim::ByteOrder::intel ? "little" : "big",
                                   ecu.variables.size()));
     }
 }
@@ -50,7 +44,7 @@ void DemoRun::sayPlan(std::size_t ecu) {
     const EcuRecord& record = m_config.ecus[ecu];
     const auto plans = m_session.plans();
     const auto plan = plans.find(record.name);
-    if (!m_verdict.require(plan != plans.end(), fmt::format("{}: daqInfoFun did not come", record.name))) {
+    if (!m_journal.require(plan != plans.end(), fmt::format("{}: daqInfoFun did not come", record.name))) {
         return;
     }
     std::size_t lists = 0;
@@ -65,19 +59,19 @@ void DemoRun::sayPlan(std::size_t ecu) {
     for (const VariableRecord& variable : record.variables) {
         polled += variable.periodMs > 0 && !record.rejects(variable) ? 1U : 0U;
     }
-    say("start",
-        fmt::format("{}: {} variables in {} DAQ lists, {} polled", record.name, planned, lists, polled));
+    m_journal.say("start", fmt::format("{}: {} variables in {} DAQ lists, {} polled", record.name, planned,
+                                       lists, polled));
 }
 
 void DemoRun::checkAll() {
     for (std::size_t i = 0; i < m_config.ecus.size(); ++i) {
-        checkMeasured(m_verdict, m_config.ecus[i], m_monitors[i]->report(), m_events[i]);
+        checkMeasured(m_journal.verdict(), m_config.ecus[i], m_monitors[i]->report(), m_events[i]);
     }
     const DecodeCounts decoded = m_session.decoded();
-    m_verdict.require(decoded.commands > 0, "msgDecodeFun never came with a command");
-    m_verdict.require(decoded.responses > 0, "msgDecodeFun never came with a response");
-    say("analysis", fmt::format("{} commands, {} responses and {} events by name", decoded.commands,
-                                decoded.responses, decoded.events));
+    m_journal.require(decoded.commands > 0, "msgDecodeFun never came with a command");
+    m_journal.require(decoded.responses > 0, "msgDecodeFun never came with a response");
+    m_journal.say("analysis", fmt::format("{} commands, {} responses and {} events by name", decoded.commands,
+                                          decoded.responses, decoded.events));
 }
 
 void DemoRun::printTable() {
@@ -106,10 +100,10 @@ void DemoRun::printLoads() {
 
 ExitCode DemoRun::printVerdict() {
     m_output.line("");
-    for (const std::string& reason : m_verdict.reasons()) {
+    for (const std::string& reason : m_journal.verdict().reasons()) {
         m_output.line(fmt::format("  {} {}", m_output.paint(Colour::bad, "-"), reason));
     }
-    if (!m_verdict.good()) {
+    if (!m_journal.verdict().good()) {
         for (const LogLine& complaint : m_session.complaints()) {
             m_output.line(m_output.paint(Colour::dim, fmt::format("  log: {}", complaint.text)));
         }
@@ -118,17 +112,17 @@ ExitCode DemoRun::printVerdict() {
         m_output.line(m_output.paint(Colour::bad, "verdict: interrupted; all is disconnected"));
         return ExitCode::interrupted;
     }
-    if (m_output.broken() || !m_verdict.good()) {
+    if (m_output.broken() || !m_journal.verdict().good()) {
         m_output.line(m_output.paint(
-            Colour::bad,
-            fmt::format("verdict: FAILED, {} of {} checks", m_verdict.reasons().size(), m_verdict.checks())));
+            Colour::bad, fmt::format("verdict: FAILED, {} of {} checks", m_journal.verdict().reasons().size(),
+                                     m_journal.verdict().checks())));
         return ExitCode::failed;
     }
     m_output.line(m_output.paint(
         Colour::good,
-        fmt::format("verdict: good; no counter has a gap, every value is the ECU's, every callback "
-                    "came ({} checks)",
-                    m_verdict.checks())));
+        fmt::format("verdict: good; no counter has a gap, every value and every byte is the ECU's, every "
+                    "callback came ({} checks)",
+                    m_journal.verdict().checks())));
     return ExitCode::done;
 }
 

@@ -18,9 +18,6 @@ namespace {
 
 using std::chrono::milliseconds;
 
-/// No command of the demo takes longer, however busy the machine is.
-constexpr milliseconds kPatience{30'000};
-
 /// How far a busy machine may put off the report of a loss, beyond what the configured times add up to.
 constexpr milliseconds kStall{5'000};
 
@@ -67,11 +64,16 @@ double seconds(std::chrono::steady_clock::duration time) {
 }  // namespace
 
 DemoRun::DemoRun(const Config& config, Output& output, CandumpWriter* trace)
-    : m_config(config), m_output(output), m_events(config.ecus.size()), m_session(handlers()) {
-    makeStations(trace);
+    : m_config(config),
+      m_output(output),
+      m_journal(output),
+      m_events(config.ecus.size()),
+      m_session(handlers()) {
+    makeBuses(trace);
+    makeMonitors();
 }
 
-void DemoRun::makeStations(CandumpWriter* trace) {
+void DemoRun::makeBuses(CandumpWriter* trace) {
     for (std::size_t i = 0; i < m_config.buses.size(); ++i) {
         const std::uint8_t channel = m_config.buses[i].channel;
         m_buses.push_back(std::make_unique<SimulatedBus>(
@@ -84,28 +86,34 @@ void DemoRun::makeStations(CandumpWriter* trace) {
             });
         }
     }
+}
+
+void DemoRun::makeMonitors() {
     for (std::size_t i = 0; i < m_config.ecus.size(); ++i) {
         EcuProbe probe;
         probe.eventIndex = [this, i](std::uint16_t event) { return ecu(i).eventIndex(event); };
         probe.memory = [this, i](std::uint32_t address, std::uint32_t size) {
-            return ecu(i).read(address, 0, size);
+            return ecu(i).read(address, size);
         };
         m_monitors.push_back(std::make_unique<EcuMonitor>(m_config.ecus[i], std::move(probe)));
+        m_memories.push_back(std::make_unique<DemoMemory>(m_config.ecus[i], ecu(i), m_session, m_journal));
     }
 }
 
 SessionHandlers DemoRun::handlers() {
     SessionHandlers handlers;
     handlers.send = [this](const OutgoingFrame& frame) { send(frame); };
-    handlers.values = [this](const ValueDelivery& delivery) {
-        for (std::size_t i = 0; i < m_config.ecus.size(); ++i) {
-            if (m_config.ecus[i].name == delivery.ecuName) {
-                m_monitors[i]->take(delivery);
-            }
-        }
-    };
+    handlers.values = [this](const ValueDelivery& delivery) { takeValues(delivery); };
     handlers.loadSeedKey = loadSeedKey;
     return handlers;
+}
+
+void DemoRun::takeValues(const ValueDelivery& delivery) {
+    for (std::size_t i = 0; i < m_config.ecus.size(); ++i) {
+        if (m_config.ecus[i].name == delivery.ecuName && !m_memories[i]->take(delivery)) {
+            m_monitors[i]->take(delivery);
+        }
+    }
 }
 
 void DemoRun::send(const OutgoingFrame& frame) {
@@ -136,27 +144,10 @@ std::vector<sim::BusCounters> DemoRun::busCounters() const {
     return counters;
 }
 
-bool DemoRun::givenUp() const {
-    return interrupted() || m_output.broken();
-}
-
-std::optional<TaskResult> DemoRun::await(std::uint32_t command, const std::string& what) {
-    std::optional<TaskResult> result = m_session.waitResult(command, kPatience, [this] { return givenUp(); });
-    if (!result) {
-        if (!givenUp()) {
-            m_verdict.require(false, fmt::format("{}: taskResultFun({}) did not come", what, command));
-        }
-        return result;
-    }
-    m_verdict.require(result->code == 0,
-                      fmt::format("{}: result {}, {}", what, result->code, getErrorString(result->code)));
-    return result;
-}
-
 ExitCode DemoRun::run() {
     printHead();
-    const bool whole =
-        connect() && readOnce() && startMeasurement() && measure() && loseOne() && disconnectAfterLoss();
+    const bool whole = connect() && readOnce() && workOnMemory() && startMeasurement() && measure() &&
+                       loseOne() && disconnectAfterLoss();
     closeConnection();
     if (whole) {
         checkAll();
@@ -173,23 +164,27 @@ bool DemoRun::connect() {
     if (!result || result->code != 0) {
         return false;
     }
-    m_verdict.require(isConnectEcu(), "connect: isConnectEcu is false");
-    say("connect", fmt::format("{} answered", fmt::join(ecuNames(m_config), " and ")));
+    m_journal.require(isConnectEcu(), "connect: isConnectEcu is false");
+    m_journal.say("connect", fmt::format("{} answered", fmt::join(ecuNames(m_config), ", ")));
     for (std::size_t i = 0; i < m_config.ecus.size(); ++i) {
-        const std::vector<LockRecord>& locks = m_config.ecus[i].security.locks;
-        std::vector<std::string> opened;
-        opened.reserve(locks.size());
-        for (const LockRecord& lock : locks) {
-            opened.push_back(
-                fmt::format("{} (seed of {} bytes)", resourceName(lock.resource), lock.seedLength));
-        }
-        m_verdict.require(ecu(i).protection() == 0 && ecu(i).counters().unlocks == locks.size(),
-                          fmt::format("{}: not all its resources are unlocked", m_config.ecus[i].name));
-        say("unlock",
-            fmt::format("{}: {}", m_config.ecus[i].name,
-                        opened.empty() ? "nothing is locked" : fmt::format("{}", fmt::join(opened, ", "))));
+        sayUnlocked(i);
     }
     return true;
+}
+
+void DemoRun::sayUnlocked(std::size_t index) {
+    const EcuRecord& record = m_config.ecus[index];
+    std::vector<std::string> opened;
+    opened.reserve(record.security.locks.size());
+    for (const LockRecord& lock : record.security.locks) {
+        opened.push_back(
+            fmt::format("{} ({}-byte seed)", resourceName(record, lock.resource), lock.seedLength));
+    }
+    m_journal.require(ecu(index).protection() == 0 && ecu(index).unlocks() == record.security.locks.size(),
+                      fmt::format("{}: not all its resources are unlocked", record.name));
+    m_journal.say("unlock", fmt::format("{}: {}", record.name,
+                                        opened.empty() ? "nothing is locked"
+                                                       : fmt::format("{}", fmt::join(opened, ", "))));
 }
 
 bool DemoRun::readOnce() {
@@ -206,13 +201,19 @@ bool DemoRun::readOnce() {
             return false;
         }
         const EcuReport report = m_monitors[i]->report();
-        checkReadOnce(m_verdict, record, report, expected);
-        say("read", fmt::format("{}: {} memory values{}", record.name, report.readValues,
-                                report.rejected.empty() ? ""
-                                                        : fmt::format(", rejected by the library: {}",
-                                                                      fmt::join(report.rejected, ", "))));
+        checkReadOnce(m_journal.verdict(), record, report, expected);
+        m_journal.say("read",
+                      fmt::format("{}: {} memory values{}", record.name, report.readValues,
+                                  report.rejected.empty() ? ""
+                                                          : fmt::format(", rejected by the library: {}",
+                                                                        fmt::join(report.rejected, ", "))));
     }
     return true;
+}
+
+bool DemoRun::workOnMemory() {
+    return std::all_of(m_memories.begin(), m_memories.end(),
+                       [](const std::unique_ptr<DemoMemory>& memory) { return memory->run(); });
 }
 
 bool DemoRun::startMeasurement() {
@@ -233,7 +234,7 @@ bool DemoRun::startMeasurement() {
         m_events[i].begin = eventIndices(i);
         sayPlan(i);
     }
-    return m_verdict.require(isMeasureing(), "start of the measurement: isMeasureing is false");
+    return m_journal.require(isMeasureing(), "start of the measurement: isMeasureing is false");
 }
 
 bool DemoRun::measure() {
@@ -241,15 +242,15 @@ bool DemoRun::measure() {
     for (std::size_t i = 0; i < m_buses.size(); ++i) {
         // Bus time stands still while the machine is too busy to keep up, so that all runs measure the same.
         while (!m_buses[i]->waitUntil(m_countersBefore[i].now + length, milliseconds(50))) {
-            if (givenUp() || lostEarly()) {
+            if (m_journal.givenUp() || lostEarly()) {
                 return false;
             }
         }
     }
     m_countersAfter = busCounters();
     concludeMeasurement();
-    say("measure", fmt::format("{:.1f} s of bus time", m_config.demo.seconds));
-    return !givenUp() && !lostEarly();
+    m_journal.say("measure", fmt::format("{:.1f} s of bus time", m_config.demo.seconds));
+    return !m_journal.givenUp() && !lostEarly();
 }
 
 /// Judges values up to here and no further: while the library waits for an ECU that is about to fall silent,
@@ -267,7 +268,7 @@ void DemoRun::concludeMeasurement() {
         }
         return true;
     };
-    while (!allCame() && !givenUp() && std::chrono::steady_clock::now() < deadline) {
+    while (!allCame() && !m_journal.givenUp() && std::chrono::steady_clock::now() < deadline) {
         std::this_thread::sleep_for(milliseconds(10));
     }
     for (const auto& monitor : m_monitors) {
@@ -278,7 +279,7 @@ void DemoRun::concludeMeasurement() {
 bool DemoRun::lostEarly() {
     const auto result = m_session.waitResult(command::kLinkLost, milliseconds(0), [] { return false; });
     if (result) {
-        m_verdict.require(false, fmt::format("measure: a link was lost that nobody silenced: {}",
+        m_journal.require(false, fmt::format("measure: a link was lost that nobody silenced: {}",
                                              fmt::join(result->details, ", ")));
     }
     return result.has_value();
@@ -289,21 +290,21 @@ bool DemoRun::loseOne() {
     const EcuRecord& record = m_config.ecus[lost];
     busOf(lost).silence(lost);
     const auto silencedAt = std::chrono::steady_clock::now();
-    say("silence", fmt::format("{} sends nothing any more", record.name));
+    m_journal.say("silence", fmt::format("{} sends nothing any more", record.name));
     const std::optional<TaskResult> result = await(command::kLinkLost, "loss of " + record.name);
     if (!result) {
         return false;
     }
     const std::string mark = "ecu:" + record.name + "-";
     const bool named = result->details.size() == 1 && result->details.front().rfind(mark, 0) == 0;
-    m_verdict.require(named, fmt::format("loss of {}: the report says \"{}\"", record.name,
+    m_journal.require(named, fmt::format("loss of {}: the report says \"{}\"", record.name,
                                          fmt::join(result->details, "\", \"")));
     const std::uint32_t expectedMs = record.timeouts.statusPeriodMs + 2 * record.timeouts.budgetMs();
     const double elapsed = seconds(result->when - silencedAt);
-    m_verdict.require(elapsed <= expectedMs / 1000.0 + seconds(kStall),
+    m_journal.require(elapsed <= expectedMs / 1000.0 + seconds(kStall),
                       fmt::format("loss of {}: reported after {:.2f} s only", record.name, elapsed));
-    say("loss", fmt::format("reported after {:.2f} s, expected within {:.2f} s: {}", elapsed,
-                            expectedMs / 1000.0, fmt::join(result->details, ", ")));
+    m_journal.say("loss", fmt::format("reported after {:.2f} s, expected within {:.2f} s: {}", elapsed,
+                                      expectedMs / 1000.0, fmt::join(result->details, ", ")));
     return true;
 }
 
@@ -311,13 +312,13 @@ bool DemoRun::disconnectAfterLoss() {
     if (!await(command::kDisconnect, "disconnect after the loss")) {
         return false;
     }
-    m_verdict.require(!isConnectEcu(), "disconnect: isConnectEcu is still true");
-    m_verdict.require(!isMeasureing(), "disconnect: isMeasureing is still true");
+    m_journal.require(!isConnectEcu(), "disconnect: isConnectEcu is still true");
+    m_journal.require(!isMeasureing(), "disconnect: isMeasureing is still true");
     for (std::size_t i = 0; i < m_config.ecus.size(); ++i) {
-        m_verdict.require(i == m_config.demo.silenced || !ecu(i).connected(),
+        m_journal.require(i == m_config.demo.silenced || !ecu(i).connected(),
                           fmt::format("{}: was not disconnected", m_config.ecus[i].name));
     }
-    say("disconnect", "the library disconnected all by itself");
+    m_journal.say("disconnect", "the library disconnected all by itself");
     return true;
 }
 
@@ -328,9 +329,9 @@ void DemoRun::closeConnection() {
     EcuDisconnect();
     // Also when the run was given up: the wait is for what has been asked for just now.
     const bool closed =
-        m_session.waitResult(command::kDisconnect, kPatience, [] { return false; }).has_value();
-    m_verdict.require(closed, "disconnect: taskResultFun(2) did not come");
-    say("disconnect", closed ? "all ECUs" : "failed");
+        m_session.waitResult(command::kDisconnect, DemoJournal::kPatience, [] { return false; }).has_value();
+    m_journal.require(closed, "disconnect: taskResultFun(2) did not come");
+    m_journal.say("disconnect", closed ? "all ECUs" : "failed");
 }
 
 }  // namespace host

@@ -1,18 +1,19 @@
 /// @file
-/// One run of the demo: simulated ECUs connected, unlocked, measured, one lost, all disconnected.
+/// One run of the demo: simulated ECUs connected, unlocked, calibrated, programmed, measured, one lost, all
+/// disconnected.
 #pragma once
 
 #include "host/CandumpLog.h"
 #include "host/ConfigRecords.h"
 #include "host/DemoChecks.h"
+#include "host/DemoJournal.h"
+#include "host/DemoMemory.h"
 #include "host/EcuMonitor.h"
 #include "host/ExitCode.h"
 #include "host/Output.h"
 #include "host/Session.h"
 #include "host/SimulatedBus.h"
-#include "host/Verdict.h"
 
-#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
@@ -35,6 +36,7 @@ private:
     // The steps, in their order. Each returns false if there is no point in going on.
     [[nodiscard]] bool connect();
     [[nodiscard]] bool readOnce();
+    [[nodiscard]] bool workOnMemory();
     [[nodiscard]] bool startMeasurement();
     [[nodiscard]] bool measure();
     [[nodiscard]] bool loseOne();
@@ -50,18 +52,20 @@ private:
     void closeConnection();
 
     [[nodiscard]] SessionHandlers handlers();
-    void makeStations(CandumpWriter* trace);
+    void takeValues(const ValueDelivery& delivery);
+    void makeBuses(CandumpWriter* trace);
+    void makeMonitors();
+    void sayUnlocked(std::size_t index);
     void send(const OutgoingFrame& frame);
     [[nodiscard]] SimulatedBus& busOf(std::size_t ecu);
-    [[nodiscard]] sim::XcpEcu& ecu(std::size_t index) { return busOf(index).ecu(index); }
+    [[nodiscard]] SimulatedStation& ecu(std::size_t index) { return busOf(index).ecu(index); }
     [[nodiscard]] std::vector<std::uint64_t> eventIndices(std::size_t index);
     [[nodiscard]] std::vector<sim::BusCounters> busCounters() const;
 
-    /// Waits for the result of a command; a missing one, or another code than 0, goes into the verdict.
-    [[nodiscard]] std::optional<TaskResult> await(std::uint32_t command, const std::string& what);
-    [[nodiscard]] bool givenUp() const;
+    [[nodiscard]] std::optional<TaskResult> await(std::uint32_t command, const std::string& what) {
+        return m_journal.await(m_session, command, what);
+    }
 
-    void say(const std::string& step, const std::string& text);
     void sayPlan(std::size_t ecu);
     void checkAll();
     void printHead();
@@ -71,13 +75,13 @@ private:
 
     const Config& m_config;
     Output& m_output;
-    const std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
-    Verdict m_verdict;
+    DemoJournal m_journal;
     std::vector<MeasuredEvents> m_events;  ///< by ECU
     std::vector<sim::BusCounters> m_countersBefore;
     std::vector<sim::BusCounters> m_countersAfter;
     std::vector<std::unique_ptr<SimulatedBus>> m_buses;   ///< by index; fixed after construction
     std::vector<std::unique_ptr<EcuMonitor>> m_monitors;  ///< by ECU; fixed after construction
+    std::vector<std::unique_ptr<DemoMemory>> m_memories;  ///< by ECU; fixed after construction
     Session m_session;  ///< last: its end stops the callbacks, which use the rest
 };
 

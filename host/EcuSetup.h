@@ -24,7 +24,7 @@ namespace host {
 /// The library's records of all variables of @p ecu, those that it has to refuse included.
 [[nodiscard]] std::vector<mcMeasureVariable> measureVariables(const EcuRecord& ecu);
 
-/// A name for a resource of the protocol, such as "daq".
-[[nodiscard]] std::string resourceName(std::uint8_t resource);
+/// A name for a resource of the ECU's protocol, such as "daq".
+[[nodiscard]] std::string resourceName(const EcuRecord& ecu, std::uint8_t resource);
 
 }  // namespace host

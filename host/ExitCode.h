@@ -8,7 +8,8 @@ namespace host {
 enum class ExitCode : int {
     done = 0,           ///< all went well
     failed = 1,         ///< the operation failed; the output says why
-    usage = 2,          ///< the command line or the configuration is wrong
+    usage = 2,          ///< the command line is wrong
+    configuration = 3,  ///< the configuration is wrong; the output names file, line and what is allowed
     interrupted = 130,  ///< Ctrl-C or a request to terminate; what was open has been closed
 };
 

@@ -75,8 +75,8 @@ std::vector<IdPair> idPairs(const Config& config) {
     std::vector<IdPair> pairs;
     std::transform(config.ecus.begin(), config.ecus.end(), std::back_inserter(pairs),
                    [](const EcuRecord& ecu) {
-                       return IdPair{Protocol::xcp, ecu.commandId, ecu.responseId, ecu.extended,
-                                     ecu.byteOrder == sim::ByteOrder::motorola};
+                       return IdPair{ecu.ccp ? Protocol::ccp : Protocol::xcp, ecu.commandId, ecu.responseId,
+                                     ecu.extended, ecu.byteOrder == sim::ByteOrder::motorola};
                    });
     return pairs;
 }

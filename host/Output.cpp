@@ -7,9 +7,11 @@
 namespace host {
 namespace {
 
-bool wantsColours(std::FILE* stream) {
+constexpr const char* kEmptyLine = "\r\033[K";
+
+bool wantsColours() {
     const char* noColour = std::getenv("NO_COLOR");
-    return isatty(fileno(stream)) == 1 && (noColour == nullptr || *noColour == '\0');
+    return noColour == nullptr || *noColour == '\0';
 }
 
 const char* codeOf(Colour colour) {
@@ -30,11 +32,23 @@ const char* codeOf(Colour colour) {
 }  // namespace
 
 Output::Output(std::FILE* stream, bool colours)
-    : m_stream(stream), m_colours(colours && wantsColours(stream)) {}
+    : m_stream(stream),
+      m_terminal(isatty(fileno(stream)) == 1),
+      m_colours(colours && m_terminal && wantsColours()) {}
 
 void Output::line(std::string_view text) {
-    std::string whole(text);
-    whole += '\n';
+    write((m_passing ? kEmptyLine : "") + std::string(text) + '\n');
+    m_passing = false;
+}
+
+void Output::passing(std::string_view text) {
+    if (m_terminal) {
+        write(kEmptyLine + std::string(text));
+        m_passing = true;
+    }
+}
+
+void Output::write(const std::string& whole) {
     const bool written = std::fwrite(whole.data(), 1, whole.size(), m_stream) == whole.size();
     const bool flushed = std::fflush(m_stream) == 0;
     m_broken = m_broken || !written || !flushed;

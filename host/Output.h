@@ -19,6 +19,9 @@ public:
     /// Writes a line and flushes it. What cannot be written is dropped.
     void line(std::string_view text);
 
+    /// On a terminal shows a line that the next one takes the place of; elsewhere does nothing.
+    void passing(std::string_view text);
+
     /// @p text in @p colour, or as it is.
     [[nodiscard]] std::string paint(Colour colour, std::string_view text) const;
 
@@ -26,8 +29,12 @@ public:
     [[nodiscard]] bool broken() const { return m_broken; }
 
 private:
+    void write(const std::string& whole);
+
     std::FILE* m_stream;
+    bool m_terminal;
     bool m_colours;
+    bool m_passing = false;  ///< the line at hand is one that goes
     bool m_broken = false;
 };
 

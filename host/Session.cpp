@@ -55,6 +55,11 @@ struct SessionCallbacks {
         with([&](Session& session) { session.onResult(std::move(result)); });
     }
 
+    static void memory(std::uint32_t command, std::uint32_t code, std::vector<mcMemoryData> data) {
+        MemoryResult result{command, code, std::move(data), std::chrono::steady_clock::now()};
+        with([&](Session& session) { session.onMemory(std::move(result)); });
+    }
+
     static void plan(const EcuProtoCfg* cfg, const DaqFinishedNames* plan) {
         with([&](Session& session) { session.onPlan(*cfg, *plan); });
     }
@@ -93,7 +98,9 @@ Session::Session(SessionHandlers handlers) : m_handlers(std::move(handlers)) {
     callbacks.msgDecodeFun = &SessionCallbacks::decoded;
     callbacks.taskResultFun = &SessionCallbacks::result;
     callbacks.daqInfoFun = &SessionCallbacks::plan;
+    callbacks.memResultFun = &SessionCallbacks::memory;
     callbacks.xcpSeedLibFun = &SessionCallbacks::seedLibrary;
+    callbacks.ccpSeedLibFun = &SessionCallbacks::seedLibrary;
     setLogBackFuns(&SessionCallbacks::log);
     setCallBackFuns(callbacks);
 }
@@ -103,25 +110,58 @@ Session::~Session() {
     gate().session = nullptr;
 }
 
+std::optional<TaskResult> Session::takeResult(std::uint32_t command) {
+    const auto found = std::find_if(m_results.begin(), m_results.end(), [command](const TaskResult& result) {
+        return result.command == command;
+    });
+    if (found == m_results.end()) {
+        return std::nullopt;
+    }
+    TaskResult result = std::move(*found);
+    m_results.erase(found);
+    return result;
+}
+
 std::optional<TaskResult> Session::waitResult(std::uint32_t command, std::chrono::milliseconds timeout,
                                               const std::function<bool()>& giveUp) {
     constexpr std::chrono::milliseconds kSlice(50);
     const auto deadline = std::chrono::steady_clock::now() + timeout;
-    std::unique_lock<std::mutex> lock(m_mutex);
     for (;;) {
-        const auto found =
-            std::find_if(m_results.begin(), m_results.end(),
-                         [command](const TaskResult& result) { return result.command == command; });
-        if (found != m_results.end()) {
-            TaskResult result = std::move(*found);
-            m_results.erase(found);
+        const bool last = giveUp() || std::chrono::steady_clock::now() >= deadline;
+        std::unique_lock<std::mutex> lock(m_mutex);
+        std::optional<TaskResult> result = takeResult(command);
+        if (!result && !last) {
+            m_changed.wait_for(lock, kSlice);
+            result = takeResult(command);
+        }
+        if (result || last) {
             return result;
         }
-        if (giveUp() || std::chrono::steady_clock::now() >= deadline) {
-            return std::nullopt;
-        }
-        m_changed.wait_for(lock, kSlice);
     }
+}
+
+void Session::beginMemoryOperation() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_memoryResults.clear();
+    m_progress = {};
+}
+
+std::optional<MemoryResult> Session::takeMemoryResult(std::uint32_t command) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const auto found =
+        std::find_if(m_memoryResults.begin(), m_memoryResults.end(),
+                     [command](const MemoryResult& result) { return result.command == command; });
+    if (found == m_memoryResults.end()) {
+        return std::nullopt;
+    }
+    MemoryResult result = std::move(*found);
+    m_memoryResults.erase(found);
+    return result;
+}
+
+MemoryProgress Session::progress() const {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_progress;
 }
 
 std::map<std::string, DaqFinishedNames> Session::plans() const {
@@ -143,6 +183,16 @@ void Session::onResult(TaskResult result) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_results.push_back(std::move(result));
     m_changed.notify_all();
+}
+
+void Session::onMemory(MemoryResult result) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (result.command == command::kUploadPercent || result.command == command::kDownloadPercent) {
+        ++m_progress.reports;
+        m_progress.percent = std::max(m_progress.percent, result.code);
+    } else {
+        m_memoryResults.push_back(std::move(result));
+    }
 }
 
 void Session::onPlan(const EcuProtoCfg& cfg, const DaqFinishedNames& plan) {

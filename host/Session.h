@@ -25,6 +25,15 @@ inline constexpr std::uint32_t kLinkLost = 3;
 inline constexpr std::uint32_t kMeasurementBegins = 4;
 inline constexpr std::uint32_t kStartMeasurement = 5;
 inline constexpr std::uint32_t kMeasureVariables = 7;
+inline constexpr std::uint32_t kCalibrate = 8;
+inline constexpr std::uint32_t kSetPage = 9;  ///< also reported behind each memory operation
+inline constexpr std::uint32_t kUpload = 10;
+inline constexpr std::uint32_t kDownload = 11;
+inline constexpr std::uint32_t kUploadPercent = 12;
+inline constexpr std::uint32_t kDownloadPercent = 13;
+inline constexpr std::uint32_t kErase = 15;
+inline constexpr std::uint32_t kCheck = 16;
+inline constexpr std::uint32_t kCopyPage = 18;
 }  // namespace command
 
 /// Where values come from, as `measureFun` numbers it.
@@ -36,6 +45,20 @@ struct TaskResult {
     std::uint8_t code = 0;
     std::vector<std::string> details;
     std::chrono::steady_clock::time_point when;
+};
+
+/// One call of `memResultFun` that is no progress.
+struct MemoryResult {
+    std::uint32_t command = 0;
+    std::uint32_t code = 0;
+    std::vector<mcMemoryData> data;
+    std::chrono::steady_clock::time_point when;
+};
+
+/// Progress of a memory operation.
+struct MemoryProgress {
+    std::uint32_t reports = 0;  ///< that came
+    std::uint32_t percent = 0;  ///< of the latest; never falls
 };
 
 /// One call of `measureFun`.
@@ -89,11 +112,20 @@ public:
     Session& operator=(const Session&) = delete;
 
     /// Waits for the next result of @p command that nobody has taken yet, and takes it.
-    /// @param giveUp  asked now and then; true ends the wait
+    /// @param giveUp  asked now and then, with nothing locked; true ends the wait
     /// @return nothing if it did not come within @p timeout, or if the wait was given up
     [[nodiscard]] std::optional<TaskResult> waitResult(std::uint32_t command,
                                                        std::chrono::milliseconds timeout,
                                                        const std::function<bool()>& giveUp);
+
+    /// Forgets memory results and progress that came so far.
+    void beginMemoryOperation();
+
+    /// Takes the oldest memory result of @p command that nobody has taken yet.
+    [[nodiscard]] std::optional<MemoryResult> takeMemoryResult(std::uint32_t command);
+
+    /// Progress since `beginMemoryOperation`.
+    [[nodiscard]] MemoryProgress progress() const;
 
     /// The plans of the last measurement, by ECU.
     [[nodiscard]] std::map<std::string, DaqFinishedNames> plans() const;
@@ -106,7 +138,10 @@ public:
 private:
     friend struct SessionCallbacks;
 
+    /// Under m_mutex.
+    [[nodiscard]] std::optional<TaskResult> takeResult(std::uint32_t command);
     void onResult(TaskResult result);
+    void onMemory(MemoryResult result);
     void onPlan(const EcuProtoCfg& cfg, const DaqFinishedNames& plan);
     void onDecoded(const std::string& title);
     void onLog(std::uint32_t level, const std::string& text);
@@ -115,7 +150,9 @@ private:
 
     mutable std::mutex m_mutex;  ///< guards all below; nothing else is locked while it is held
     std::condition_variable m_changed;
-    std::list<TaskResult> m_results;  ///< not taken yet
+    std::list<TaskResult> m_results;          ///< not taken yet
+    std::list<MemoryResult> m_memoryResults;  ///< not taken yet
+    MemoryProgress m_progress;
     std::map<std::string, DaqFinishedNames> m_plans;
     DecodeCounts m_decoded;
     std::list<LogLine> m_complaints;

@@ -1,7 +1,5 @@
 #include "host/SimulatedBus.h"
 
-#include "host/SimulatedEcu.h"
-
 #include <stdexcept>
 #include <utility>
 
@@ -35,11 +33,11 @@ SimulatedBus::SimulatedBus(const Config& config, std::size_t bus, Receiver recei
 void SimulatedBus::addEcu(const EcuRecord& record, std::size_t index) {
     Station station;
     try {
-        station.ecu = std::make_unique<sim::XcpEcu>(simulatedEcu(record));
+        station.ecu = makeStation(record);
     } catch (const std::invalid_argument& reason) {
         throw ConfigError(record.place, "ecu", std::string("\"") + record.name + "\": " + reason.what());
     }
-    station.port = m_bus.attach(*station.ecu);
+    station.port = m_bus.attach(station.ecu->node());
     station.ecu->powerOn(*station.port);
     m_stations.emplace(index, std::move(station));
 }

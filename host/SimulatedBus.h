@@ -3,10 +3,10 @@
 #pragma once
 
 #include "host/ConfigRecords.h"
+#include "host/SimulatedStation.h"
 #include "sim/BusCounters.h"
 #include "sim/BusPort.h"
 #include "sim/VirtualBus.h"
-#include "sim/XcpEcu.h"
 
 #include <chrono>
 #include <cstdint>
@@ -44,7 +44,7 @@ public:
     /// Whether the ECU with this index of the configuration is on this bus.
     [[nodiscard]] bool holds(std::size_t ecu) const { return m_stations.count(ecu) > 0; }
 
-    [[nodiscard]] sim::XcpEcu& ecu(std::size_t ecu) { return *m_stations.at(ecu).ecu; }
+    [[nodiscard]] SimulatedStation& ecu(std::size_t ecu) { return *m_stations.at(ecu).ecu; }
 
     /// From now on nothing that the ECU sends arrives anywhere.
     void silence(std::size_t ecu) { m_bus.silenceNow(m_stations.at(ecu).port->number()); }
@@ -59,7 +59,7 @@ public:
 
 private:
     struct Station {
-        std::unique_ptr<sim::XcpEcu> ecu;
+        std::unique_ptr<SimulatedStation> ecu;
         std::unique_ptr<sim::BusPort> port;  ///< behind the ECU, so that it goes first
     };
 

@@ -1,5 +1,7 @@
 #include "host/SimulatedEcu.h"
 
+#include "host/MemoryPart.h"
+
 namespace host {
 namespace {
 
@@ -15,7 +17,7 @@ sim::XcpEventConfig simulatedEvent(const EventRecord& event) {
     return config;
 }
 
-sim::XcpDaqConfig simulatedDaq(const EcuRecord& ecu) {
+sim::XcpDaqConfig simulatedXcpDaq(const EcuRecord& ecu) {
     sim::XcpDaqConfig daq;
     daq.idField = static_cast<sim::XcpIdField>(ecu.daq.idField);
     daq.maxEntrySize = ecu.daq.maxEntrySize;
@@ -28,8 +30,10 @@ sim::XcpDaqConfig simulatedDaq(const EcuRecord& ecu) {
     return daq;
 }
 
-std::vector<sim::XcpLock> simulatedLocks(const SecurityRecord& security) {
-    std::vector<sim::XcpLock> locks;
+/// For either protocol.
+template <class Lock>
+std::vector<Lock> simulatedLocks(const SecurityRecord& security) {
+    std::vector<Lock> locks;
     for (const LockRecord& lock : security.locks) {
         locks.push_back({.resource = lock.resource, .seedLength = lock.seedLength});
     }
@@ -44,6 +48,72 @@ std::vector<sim::Signal> simulatedSignals(const std::vector<SignalRecord>& recor
         }
     }
     return signals;
+}
+
+sim::MemoryAccess accessOf(const EcuRecord& ecu, const MemoryPart& part) {
+    const bool writable = part.kind == PartKind::workingPage ||
+                          (part.kind == PartKind::ram && ecu.segments[part.segment].writable);
+    return writable ? sim::MemoryAccess::readWrite : sim::MemoryAccess::readOnly;
+}
+
+/// A segment that holds @p part alone.
+sim::MemorySegment simulatedSegment(const EcuRecord& ecu, const MemoryPart& part) {
+    sim::MemorySegment segment = sim::plainSegment(part.address, part.size, accessOf(ecu, part));
+    segment.pages.front().bytes = initialContent(part);
+    return segment;
+}
+
+/// Both pages of a segment lie at one address.
+std::vector<sim::MemorySegment> simulatedXcpMemory(const EcuRecord& ecu) {
+    std::vector<sim::MemorySegment> segments;
+    for (const MemoryPart& part : memoryParts(ecu)) {
+        if (part.kind == PartKind::referencePage) {
+            segments.back().calibration = true;
+            segments.back().pages.push_back({.bytes = initialContent(part), .toolWritable = false});
+        } else {
+            segments.push_back(simulatedSegment(ecu, part));
+        }
+    }
+    return segments;
+}
+
+sim::FlashConfig simulatedFlash(const EcuRecord& ecu) {
+    sim::FlashConfig flash;
+    flash.clearTime = ecu.flash.eraseMs * sim::Time{1'000'000};
+    flash.programTime = ecu.flash.programUs * sim::Time{1000};
+    if (const SegmentRecord* segment = ecu.firstSegment(SegmentKind::flash)) {
+        for (std::uint32_t offset = 0; offset < segment->size; offset += ecu.flash.sectorSize) {
+            flash.sectors.push_back({.base = segment->address + offset, .size = ecu.flash.sectorSize});
+        }
+    }
+    return flash;
+}
+
+std::vector<sim::CcpDaqListConfig> simulatedCcpLists(const EcuRecord& ecu) {
+    std::vector<sim::CcpDaqListConfig> lists;
+    for (const DaqListRecord& record : ecu.daq.lists) {
+        sim::CcpDaqListConfig list;
+        list.odts = record.odts;
+        list.firstPid = record.firstPid;
+        list.events.insert(record.events.begin(), record.events.end());
+        if (record.id) {
+            list.canId = sim::CcpCanId{*record.id, ecu.extended};
+            list.idRule = sim::CcpIdRule::kept;
+        }
+        lists.push_back(list);
+    }
+    return lists;
+}
+
+/// Pages of a CCP ECU lie beside each other, and the working page is active at the start.
+void addCcpMemory(sim::CcpEcuConfig& config, const EcuRecord& ecu) {
+    for (const MemoryPart& part : memoryParts(ecu)) {
+        config.memory.push_back(simulatedSegment(ecu, part));
+        if (part.kind == PartKind::workingPage || part.kind == PartKind::referencePage) {
+            config.calPages.push_back({.address = part.address});
+        }
+    }
+    config.flash = simulatedFlash(ecu);
 }
 
 }  // namespace
@@ -66,7 +136,7 @@ std::vector<std::uint8_t> signalBytesAt(const SignalRecord& signal, std::uint64_
     return bytes;
 }
 
-sim::XcpEcuConfig simulatedEcu(const EcuRecord& ecu) {
+sim::XcpEcuConfig simulatedXcpEcu(const EcuRecord& ecu) {
     sim::XcpEcuConfig config;
     config.name = ecu.name;
     config.masterId = ecu.commandId;
@@ -78,16 +148,40 @@ sim::XcpEcuConfig simulatedEcu(const EcuRecord& ecu) {
     config.maxCto = ecu.maxCto;
     config.maxDto = ecu.maxDto;
     config.slaveBlockMode = ecu.blockMode;
-    config.resources = 0x01 | 0x04;
+    config.resources = sim::xcp::kCalPag | sim::xcp::kDaq;
+    config.program.flash = simulatedFlash(ecu);
+    if (!config.program.flash.sectors.empty()) {
+        config.resources |= sim::xcp::kPgm;
+    }
     for (const LockRecord& lock : ecu.security.locks) {
         config.resources |= lock.resource;
     }
-    config.locks = simulatedLocks(ecu.security);
-    config.daq = simulatedDaq(ecu);
-    for (const SegmentRecord& segment : ecu.segments) {
-        const auto access = segment.writable ? sim::MemoryAccess::readWrite : sim::MemoryAccess::readOnly;
-        config.memory.push_back(sim::plainSegment(segment.address, segment.size, access));
+    config.locks = simulatedLocks<sim::XcpLock>(ecu.security);
+    config.daq = simulatedXcpDaq(ecu);
+    config.checksum = static_cast<sim::XcpChecksum>(ecu.checksum);
+    config.memory = simulatedXcpMemory(ecu);
+    config.signals = simulatedSignals(ecu.signals);
+    return config;
+}
+
+sim::CcpEcuConfig simulatedCcpEcu(const EcuRecord& ecu) {
+    sim::CcpEcuConfig config;
+    config.name = config.id = ecu.name;
+    config.croId = ecu.commandId;
+    config.dtoId = ecu.responseId;
+    config.extended = ecu.extended;
+    config.stationAddress = ecu.stationAddress;
+    config.responseDelay = kResponseDelayNs;
+    config.byteOrder = ecu.byteOrder;
+    config.locks = simulatedLocks<sim::CcpLock>(ecu.security);
+    config.checksum = static_cast<sim::XcpChecksum>(ecu.checksum);
+    config.lists = simulatedCcpLists(ecu);
+    // The library gives the last packet identifier, not the last ODT, where it prepares a list.
+    config.cutsLastOdt = true;
+    for (const EventRecord& event : ecu.events) {
+        config.events.push_back({.name = event.name, .period = event.periodNs});
     }
+    addCcpMemory(config, ecu);
     config.signals = simulatedSignals(ecu.signals);
     return config;
 }

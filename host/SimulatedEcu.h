@@ -3,6 +3,7 @@
 #pragma once
 
 #include "host/ConfigRecords.h"
+#include "sim/CcpEcuConfig.h"
 #include "sim/XcpEcuConfig.h"
 
 #include <cstdint>
@@ -10,8 +11,11 @@
 
 namespace host {
 
-/// What the simulation has to know of @p ecu.
-[[nodiscard]] sim::XcpEcuConfig simulatedEcu(const EcuRecord& ecu);
+/// What the simulation has to know of @p ecu, which speaks XCP.
+[[nodiscard]] sim::XcpEcuConfig simulatedXcpEcu(const EcuRecord& ecu);
+
+/// What the simulation has to know of @p ecu, which speaks CCP.
+[[nodiscard]] sim::CcpEcuConfig simulatedCcpEcu(const EcuRecord& ecu);
 
 /// One element of a signal.
 [[nodiscard]] sim::Signal signalElement(const SignalRecord& signal, std::uint32_t element);

@@ -236,3 +236,153 @@ TEST_F(CcpConnect, ResponseBudgetCountsRepeatsAndTheDefaultTimeout) {
     task().m_cfg.ccp.retryCount = -3;
     EXPECT_EQ(task().responseBudget(), 25);
 }
+
+// Each step of the unlocking, and the last status, failing in turn
+
+TEST_F(CcpConnect, EachStepOfTheUnlockingFailingEndsItWithSeedKey) {
+    for (const auto& [pattern, frames] : {std::pair<const char*, std::size_t>{"12 ..", 4}, {"13 ..", 5}}) {
+        for (const char* const answer : {"ff 33 @1", "ff 10 @1", "ff 20 @1", ""}) {
+            SCOPED_TRACE(testing::Message() << pattern << " " << answer);
+            startsAnew();
+            offersKeys();
+            protects(1, 1);
+            ecu.answers("13 ..", {"ff 00 @1"});
+            ecu.answers(pattern, *answer == 0 ? Texts{} : Texts{answer});
+            EXPECT_EQ(task().connect(), 8U);
+            EXPECT_GE(ecu.sentFrames().size(), frames);
+            EXPECT_EQ(ecu.count("07 .."), 0U);
+        }
+    }
+}
+
+TEST_F(CcpConnect, SilenceAtEachStepEndsItWithItsCode) {
+    supports("0c 0d");
+    for (const auto& [pattern, code] :
+         {std::pair<const char*, std::uint32_t>{"01 ..", 3}, {"1b ..", 57}, {"17 ..", 6}, {"0c ..", 3}}) {
+        SCOPED_TRACE(pattern);
+        support::ScriptedEcu one(host, {0, 0x41, 0x42}, false);
+        one.answers("1b ..", {"ff 00 @1 02"});
+        one.answers(pattern, {});
+        EcuProtoCfg own = cfg;
+        own.canIdMaster = 0x41;
+        own.canIdSlave = 0x42;
+        CcpTaskTransmit connecting(own, callBacks);
+        EXPECT_EQ(connecting.connect(), code);
+        EXPECT_TRUE(connecting.m_linkLost);
+    }
+}
+
+TEST_F(CcpConnect, RefusedLastStatusIsAConnectFailureWithoutALine) {
+    supports("0d");
+    ecu.answersInTurn("0d ..", {{"ff 00 @1 40"}, {"ff 22 @1"}, {"ff 22 @1"}});
+    EXPECT_EQ(task().connect(), 3U);
+    EXPECT_TRUE(host.logTexts(4).empty());
+}
+
+/// Only the first of the two requests may fail, but one that ends the link fails all that follow.
+TEST_F(CcpConnect, OptionalStepThatEndsTheLinkFailsTheNextMandatoryOne) {
+    supports("09 0d 0c");
+    refuses("09 ..");
+    EXPECT_EQ(task().connect(), 3U);
+    Texts expected = kPlain;
+    expected.emplace_back("09 ##");
+    EXPECT_EQ(connectFrames(), expected);
+    EXPECT_EQ(host.logTexts(4), Texts{"Send GetStatus failed."});
+}
+
+TEST_F(CcpConnect, StatusThatCountsAsDoneGoesOnWithZeros) {
+    supports("0d 0c");
+    ecu.answersInTurn("0d ..", {{"ff 31 @1"}});
+    EXPECT_EQ(task().connect(), 0U);
+    EXPECT_TRUE(ecu.showed("0c ?? 83"));
+}
+
+TEST_F(CcpConnect, VersionThatIsRefusedWithACodeThatCountsAsDoneIsAMismatch) {
+    ecu.answers("1b ..", {"ff 31 @1"});
+    EXPECT_EQ(task().connect(), 5U);
+}
+
+TEST_F(CcpConnect, SlaveIdentificationThatCannotBeReadIsLoggedAsFarAsItCame) {
+    ecu.answers("17 ..", {"ff 00 @1 07 00 00 00 00"});
+    ecu.answersInTurn("04 ..", {{"ff 00 @1 45 43 55 2d 30"}, {"ff 33 @1"}});
+    EXPECT_EQ(task().connect(), 0U);
+    EXPECT_EQ(host.logTexts(2), Texts{"Get slave id :ECU-0" + std::string(2, '\0')});
+}
+
+TEST_F(CcpConnect, LoaderThatIsNotThereSkipsTheUnlockingWithoutAWord) {
+    offersKeys();
+    protects(0x43, 0x43);
+    callBacks.ccpSeedLibFun = nullptr;
+    EXPECT_EQ(task().connect(), 0U);
+    EXPECT_EQ(ecu.count("12 .."), 0U);
+    EXPECT_TRUE(host.logTexts(3).empty());
+    EXPECT_TRUE(host.logTexts(4).empty());
+}
+
+TEST_F(CcpConnect, ResourceThatIsAvailableButNotProtectedGetsNoGetSeed) {
+    offersKeys();
+    protects(0x43, 0x02);
+    EXPECT_EQ(task().connect(), 0U);
+    EXPECT_EQ(ecu.count("12 .."), 1U);
+    EXPECT_TRUE(ecu.showed("12 ?? 02"));
+}
+
+TEST_F(CcpConnect, SeedAndKeyAreLogged) {
+    offersKeys();
+    protects(1, 1);
+    EXPECT_EQ(task().connect(), 0U);
+    const Texts trace = host.logTexts(0);
+    EXPECT_EQ(std::count(trace.begin(), trace.end(), "==========>seed is:> [0xaabbccdd]."), 1);
+    EXPECT_EQ(host.logTexts(2),
+              Texts{"==========>seed Fun ret:1 key - length: [2] and the key is : [0x5a5b"});
+}
+
+TEST_F(CcpConnect, SeedIsAsLongAsItsResponse) {
+    offersKeys();
+    protects(1, 1);
+    for (const auto& [response, seed] :
+         {std::pair<const char*, const char*>{"ff 00 @1 01 aa", "1:aa:124"}, {"ff 00 @1 01", "1::124"}}) {
+        asked.clear();
+        ecu.answers("12 ..", {response});
+        EXPECT_EQ(task().connect(), 0U);
+        EXPECT_EQ(asked, Texts{seed});
+    }
+}
+
+/// A response without a protection status means a free resource.
+TEST_F(CcpConnect, SeedResponseOfThreeBytesNeedsNoKey) {
+    offersKeys();
+    protects(1, 1);
+    ecu.answers("12 ..", {"ff 00 @1"});
+    EXPECT_EQ(task().connect(), 0U);
+    EXPECT_EQ(ecu.count("13 .."), 0U);
+}
+
+TEST_F(CcpConnect, KeyOfMoreThanSixBytesGoesOutInOneFrame) {
+    offersKeys();
+    protects(1, 1);
+    host.setSeedFun(
+        [](std::uint8_t, std::uint8_t, std::uint8_t*, std::uint8_t* keyLength, std::uint8_t* key) {
+            for (std::uint8_t i = 0; i < 7; ++i) {
+                key[i] = i;
+            }
+            *keyLength = 7;
+            return 1;
+        });
+    EXPECT_EQ(task().connect(), 0U);
+    EXPECT_TRUE(ecu.showed("13 ?? 00 01 02 03 04 05 06"));
+}
+
+TEST_F(CcpConnect, ResourceCannotBeUnlockedWithoutALibrary) {
+    ecu.answers("12 ..", {"ff 00 @1 01 aa bb cc dd"});
+    EXPECT_EQ(task().unlockResource(1), 1U);
+    EXPECT_EQ(host.logTexts(3), Texts{"########ERROR:> m_lib loaded error."});
+    EXPECT_EQ(ecu.count("13 .."), 0U);
+}
+
+TEST_F(CcpConnect, DisconnectEmptiesTheTimetable) {
+    task().prepareMeasurement({variable("slow", 0x20, 2, 0, 10)});
+    ASSERT_FALSE(task().m_pollScheduler->m_groups.empty());
+    task().disconnect();
+    EXPECT_TRUE(task().m_pollScheduler->m_groups.empty());
+}

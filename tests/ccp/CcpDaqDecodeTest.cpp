@@ -66,6 +66,25 @@ TEST_F(CcpDaqDecodeDto, TheLowestListWinsWhereRangesOverlap) {
     EXPECT_EQ(decodes(frame(200, {4, 1})), "a@100=1");
 }
 
+/// Each list puts together what is its own, so a variable that runs over the end of one comes in halves.
+TEST_F(CcpDaqDecodeDto, AVariableOverTwoListsComesInHalves) {
+    list(0, 4, {odt({entry("a", 0, 0, 1), entry("b", 0, 1, 2)})}, {"a"});
+    list(1, 8, {odt({entry("b", 1, 0, 2)})}, {"b"});
+    decodes(frame(100, {4, 1, 2, 3}));
+    decodes(frame(101, {8, 4, 5}));
+    EXPECT_EQ(decodes(frame(200, {4, 1, 2, 3})), "a@101=1 b@101=2,3");
+    EXPECT_EQ(decodes(frame(201, {8, 4, 5})), "b@200=4,5");
+}
+
+TEST_F(CcpDaqDecodeDto, AListInWhichNoVariableEndsYieldsNothing) {
+    list(0, 4, {odt({entry("a", 0, 0, 2)})}, {});
+    list(1, 8, {odt({entry("a", 1, 0, 2)})}, {"a"});
+    decodes(frame(100, {4, 1, 2}));
+    decodes(frame(101, {8, 3, 4}));
+    EXPECT_EQ(decodes(frame(200, {4, 1, 2})), "");
+    EXPECT_EQ(decodes(frame(201, {8, 3, 4})), "a@200=3,4");
+}
+
 TEST_F(CcpDaqDecodeDto, AShortFrameYieldsWhatTheRecordHoldsThere) {
     list(0, 4, {odt({entry("a", 0, 0, 1), entry("b", 0, 1, 2)})}, {"a", "b"});
     msgBuf shortFrame = frame(100, {4, 1, 2, 3});

@@ -200,3 +200,103 @@ TEST_F(CcpMeasurement, EventPeriodFallsBackToThePollPeriodAndThenToASecond) {
     task().m_cfg.ccp.pollPeriodMs = 70;
     EXPECT_DOUBLE_EQ(task().eventPeriod(9), 70);
 }
+
+TEST_F(CcpMeasurement, ListsWithoutOdtsAreStartedAndStoppedAsWell) {
+    cfg.ccp.daqListLimit = 0;
+    cfg.ccp.daqLists.clear();
+    cfg.ccp.daqLists[0].odtCount = 1;
+    cfg.ccp.packMode = 2;
+    task().prepareMeasurement({variable("a", 0x1000, 8)});
+    task().startMeasurement();
+    EXPECT_EQ(ecu.count("06 .."), 2U * 124);
+    EXPECT_EQ(ecu.count("15 .."), 1U);
+    EXPECT_TRUE(ecu.showed("06 ?? 02 01 ff 00 02 01")) << "the PID ahead of the first";
+    EXPECT_TRUE(ecu.showed("06 ?? 01 01 ff 00 02 01")) << "one ODT less than none";
+    EXPECT_EQ(task().m_pollScheduler->m_groups.at(1000).variables.front().name, "a");
+}
+
+TEST_F(CcpMeasurement, StartIgnoresThatListsAreRefused) {
+    ecu.answers("06 ..", {"ff 10 @1"});
+    task().prepareMeasurement(variables());
+    EXPECT_EQ(task().startMeasurement(), 0U);
+    EXPECT_EQ(ecu.count("06 .."), 4U * 3);
+    EXPECT_TRUE(host.logTexts(4).empty());
+}
+
+/// The cycle counts as milliseconds whatever its unit says, cut to whole ones.
+TEST_F(CcpMeasurement, RefusedElementOfAFastEventIsPolledOnceASecond) {
+    cfg.ccp.events[0] = {10, 3};
+    ecu.answersInTurn("16 ..", {{"ff 22 @1"}, {"ff 22 @1"}});
+    task().prepareMeasurement(variables());
+    task().startMeasurement();
+    ASSERT_EQ(task().m_pollScheduler->m_groups.size(), 1U);
+    EXPECT_EQ(task().m_pollScheduler->m_groups.begin()->first, 1000);
+}
+
+TEST_F(CcpMeasurement, SizesAreAskedFromTheFirstListOn) {
+    cfg.ccp.queryDaqSizes = 1;
+    cfg.ccp.firstDaqList = 1;
+    task().prepareMeasurement({variable("a", 0x1000, 1)});
+    EXPECT_EQ(sent(), Texts{"14 ## 01 00 02 00 00 00"});
+}
+
+TEST_F(CcpMeasurement, SizesOfTheEcuDecideThePlan) {
+    cfg.ccp.queryDaqSizes = 1;
+    ecu.answersInTurn("14 ..", {{"ff 00 @1 01 30"}, {"ff 00 @1 00 00"}});
+    task().prepareMeasurement(variables());
+    EXPECT_EQ(task().m_daq.m_daqLists.at(0).firstPid, 0x30);
+    EXPECT_EQ(task().m_daq.m_daqLists.at(0).odts.size(), 1U);
+    EXPECT_EQ(task().m_pollScheduler->m_groups.at(1000).variables.size(), 2U) << "c and d";
+}
+
+TEST_F(CcpMeasurement, FramesOfAListsOwnIdentifierAreDaqFramesWhateverTheirFirstByte) {
+    cfg.ccp.daqLists[0].canId = 0x77;
+    cfg.ccp.daqLists[0].firstPid = 0xFF;
+    task().prepareMeasurement({variable("a", 0x1000, 1)});
+    host.clear();
+    ecu.sendsOn(0x77, "ff 07", 100);
+    ecu.sendsOn(0x77, "ff 08", 200);
+    task().processDaqFrames();
+    ASSERT_EQ(host.measured().size(), 1U);
+    EXPECT_EQ(host.measured()[0].values[0].data, std::vector<std::uint8_t>{7});
+    EXPECT_TRUE(task().m_frames.empty());
+}
+
+TEST_F(CcpMeasurement, EmptyFramesAreRemoved) {
+    task().prepareMeasurement({variable("a", 0x1000, 1)});
+    ecu.sends("");
+    EXPECT_TRUE(task().processDaqFrames());
+    EXPECT_TRUE(task().m_frames.empty());
+}
+
+TEST_F(CcpMeasurement, ShortUpThatBringsLessIsAShorterValue) {
+    supports("0f");
+    ecu.answers("0f ..", {"ff 00 @1 11 22"});
+    mcMeasureVariableValue value;
+    EXPECT_EQ(task().readVariable(variable("a", 0x10, 4), value), 0);
+    EXPECT_EQ(value.name, "a");
+    EXPECT_EQ(value.data, support::bytes("11 22"));
+    EXPECT_GT(value.time, 0U);
+}
+
+TEST_F(CcpMeasurement, ReadOfOneByteWithoutShortUpIsAnUpload) {
+    hasMemory();
+    mcMeasureVariableValue value;
+    EXPECT_EQ(task().readVariable(variable("a", 0x10, 1), value), 0);
+    EXPECT_EQ(sent(), (Texts{"02 ## 00 00 10 00 00 00", "04 ## 01 00"}));
+}
+
+TEST_F(CcpMeasurement, ReadThatBringsNothingCallsNobody) {
+    supports("0f");
+    refuses("0f ..");
+    EXPECT_TRUE(task().readVariables({variable("a", 0x10, 4)}).empty());
+    EXPECT_TRUE(host.measured().empty());
+}
+
+TEST_F(CcpMeasurement, SecondPrepareForgetsThePlanOfTheFirst) {
+    task().prepareMeasurement(variables());
+    EXPECT_EQ(task().prepareMeasurement({variable("none", 1, 0)}), 18U);
+    EXPECT_TRUE(task().m_daq.m_daqLists.empty());
+    task().stopMeasurement();
+    EXPECT_TRUE(sent().empty());
+}

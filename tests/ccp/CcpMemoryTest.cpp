@@ -232,3 +232,144 @@ TEST_F(CcpMemory, ForcedDownloadFailuresHaveTheirCodesAndLines) {
     refuses("12 ..");
     EXPECT_EQ(task().forceDownload("nowhere.hex"), 1U);
 }
+
+TEST_F(CcpMemory, UploadGoesOnBehindARefusedFrameFromWhereTheEcuStands) {
+    cfg.dataSegments = {segment(0x1000, 20)};
+    hasMemory();
+    int uploads = 0;
+    ecu.answersBy("04 ..", [&](const std::string&) {
+        const auto first = static_cast<std::uint8_t>(5 * (uploads - (uploads > 2 ? 1 : 0)));
+        return ++uploads == 3 ? Texts{"ff 10 @1"}
+                              : Texts{"ff 00 @1 " + support::hexText(support::countingBytes(5, first))};
+    });
+    EXPECT_EQ(task().uploadMemory(2, nullptr), 0U);
+    EXPECT_EQ(reports(), (Texts{"12:50", "12:100", "12:100", "10:0"}));
+    EXPECT_EQ(host.memResults().back().data[0].data, support::countingBytes(20, 0));
+}
+
+TEST_F(CcpMemory, RangeThatWasReadInPartCountsAsReadAndTheNextOneIsTried) {
+    cfg.dataSegments = {segment(0x1000, 10), segment(0x2000, 10)};
+    ecu.answersInTurn("04 ..", {{"ff 00 @1 01 02 03 04 05"}, {"ff 10 @1"}, {"ff 10 @1"}});
+    EXPECT_EQ(task().uploadMemory(2, nullptr), 0U);
+    ASSERT_EQ(host.memResults().back().data.size(), 2U);
+    EXPECT_EQ(host.memResults().back().data[0].length, 5U);
+    EXPECT_EQ(host.memResults().back().data[0].data, support::countingBytes(5, 1));
+    EXPECT_EQ(host.memResults().back().data[1].length, 10U);
+}
+
+TEST_F(CcpMemory, SecondRangeWithoutAnAddressReportsItsCodeAndNoData) {
+    cfg.dataSegments = {segment(0x1000, 5), segment(0x2000, 5)};
+    ecu.answersInTurn("02 ..", {{"ff 00 @1"}, {"ff 33 @1"}});
+    EXPECT_EQ(task().uploadMemory(2, nullptr), 37U);
+    EXPECT_EQ(reports(), (Texts{"12:50", "12:50", "10:37"}));
+    EXPECT_TRUE(host.memResults().back().data.empty());
+    EXPECT_EQ(host.logTexts(4), Texts{"SET_MTA failed"});
+}
+
+TEST_F(CcpMemory, AddressExtensionIsThatOfTheSegmentButForDownloadAndCheck) {
+    mcMemoryInfo range = segment(0x1000, 4);
+    range.addressExtension = 3;
+    range.checksumType = 1;
+    cfg.dataSegments = {range};
+    const std::vector<std::pair<std::function<void()>, const char*>> rows = {
+        {[this] { task().eraseMemory(2); }, "02 ## 00 03 00 10 00 00"},
+        {[this] { task().uploadMemory(2, nullptr); }, "02 ## 00 03 00 10 00 00"},
+        {[this] { task().downloadMemory({block(0x1000, 4)}, 2); }, "02 ## 00 00 00 10 00 00"},
+        {[this] { task().checkMemory({block(0x1000, 4)}, 2, nullptr); }, "02 ## 00 00 00 10 00 00"},
+    };
+    for (const auto& [run, frame] : rows) {
+        run();
+        EXPECT_EQ(sent().front(), frame);
+    }
+}
+
+TEST_F(CcpMemory, RefusedBytesOfADownloadDoNotShow) {
+    cfg.codeSegments = {segment(0x9000, 20)};
+    cfg.dataSegments = {segment(0x1000, 20)};
+    ecu.answers("03 ..", {"ff 10 @1"});
+    ecu.answers("18 ..", {"ff 10 @1"});
+    EXPECT_EQ(task().downloadMemory({block(0x1000, 20), block(0x9000, 20)}, 3), 0U);
+    EXPECT_EQ(ecu.count("03 .."), 3U) << "one frame, its two repeats, and nothing behind it";
+    EXPECT_EQ(ecu.count("18 .."), 3U);
+    EXPECT_EQ(reports(), (Texts{"13:50", "13:100"}));
+}
+
+TEST_F(CcpMemory, DownloadOverADeadLinkEndsAtTheNextAddress) {
+    cfg.dataSegments = {segment(0x1000, 600)};
+    refuses("03 ..");
+    EXPECT_EQ(task().downloadMemory({block(0x1000, 600)}, 2), 37U);
+    EXPECT_EQ(sent().size(), 2U);
+    EXPECT_EQ(reports(), Texts{"13:42"});
+}
+
+TEST_F(CcpMemory, ChecksumHasTheWidthOfItsKind) {
+    const std::vector<std::size_t> widths = {1, 2, 4, 2, 4, 4, 2, 2, 4, 4};
+    ecu.answers("0e ..", {"ff 00 @1 04 11 22 33 44"});
+    for (std::size_t i = 0; i < widths.size(); ++i) {
+        startsAnew();
+        mcMemoryInfo range = segment(0x1000, 8);
+        range.checksumType = static_cast<std::uint32_t>(i + 1);
+        cfg.dataSegments = {range};
+        std::vector<mcMemoryData> results;
+        EXPECT_EQ(task().checkMemory({block(0x1000, 8)}, 2, &results), 0U);
+        ASSERT_EQ(results.size(), 1U);
+        const std::vector<std::uint8_t> sum = support::bytes("11 22 33 44");
+        EXPECT_EQ(results[0].data, std::vector<std::uint8_t>(
+                                       sum.begin(), sum.begin() + static_cast<std::ptrdiff_t>(widths[i])));
+        EXPECT_EQ(results[0].expected.size(), widths[i]);
+    }
+}
+
+TEST_F(CcpMemory, ChecksumThatIsShorterThanItsKindIsFilledWithZeros) {
+    mcMemoryInfo range = segment(0x1000, 4);
+    range.checksumType = 9;
+    cfg.dataSegments = {range};
+    ecu.answers("0e ..", {"ff 00 @1 01 aa bb cc dd"});
+    std::vector<mcMemoryData> results;
+    EXPECT_EQ(task().checkMemory({block(0x1000, 4)}, 2, &results), 0U);
+    ASSERT_EQ(results.size(), 1U);
+    EXPECT_EQ(results[0].data, support::bytes("aa 00 00 00"));
+}
+
+TEST_F(CcpMemory, CheckStopsAtTheFirstRangeThatFails) {
+    mcMemoryInfo range = segment(0x1000, 4);
+    range.checksumType = 1;
+    cfg.dataSegments = {range, range};
+    cfg.dataSegments[1].address = 0x2000;
+    ecu.answers("0e ..", {"ff 10 @1"});
+    EXPECT_EQ(task().checkMemory({block(0x1000, 4), block(0x2000, 4)}, 2, nullptr), 70U);
+    EXPECT_EQ(ecu.count("02 .."), 1U);
+}
+
+TEST_F(CcpMemory, ForcedDownloadSelectsTheWorkingPageAheadOfTheClearingAndOfTheImage) {
+    supports("11");
+    cfg.ccp.unlockMask = 0x40;
+    cfg.ccp.workingPageAddress = 0x8000;
+    cfg.dataSegments = {segment(0x1000, 0x100), segment(0x2000, 0x200)};
+    const std::string path = file({block(0x1000, 6)});
+    EXPECT_EQ(task().forceDownload(path), 0U);
+    EXPECT_EQ(sent(), (Texts{"12 ## 40", "02 ## 00 00 00 80 00 00", "11 ##", "02 ## 00 00 00 10 00 00",
+                             "10 ## 00 01 00 00", "02 ## 00 00 00 20 00 00", "10 ## 00 02 00 00",
+                             "02 ## 00 00 00 80 00 00", "11 ##", "22 ## 00 01 02 03 04 05"}));
+    std::filesystem::remove(path);
+}
+
+TEST_F(CcpMemory, ForcedDownloadIgnoresThePageAndWhatItPrograms) {
+    supports("11");
+    ecu.answers("11 ..", {"ff 10 @1"});
+    ecu.answers("22 ..", {"ff 10 @1"});
+    ecu.answers("18 ..", {"ff 10 @1"});
+    cfg.dataSegments = {segment(0x1000, 0x100)};
+    const std::string path = file({block(0x1000, 13)});
+    EXPECT_EQ(task().forceDownload(path), 0U);
+    EXPECT_EQ(ecu.count("22 .."), 6U) << "two groups, each sent three times";
+    EXPECT_EQ(ecu.count("18 .."), 3U);
+    std::filesystem::remove(path);
+}
+
+TEST_F(CcpMemory, ForcedDownloadWithoutSegmentsProgramsNothingAndSucceeds) {
+    const std::string path = file({block(0x1000, 13)});
+    EXPECT_EQ(task().forceDownload(path), 0U);
+    EXPECT_EQ(sent(), Texts{"12 ## ff"});
+    std::filesystem::remove(path);
+}

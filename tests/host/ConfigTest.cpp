@@ -14,8 +14,7 @@ namespace {
 using ::testing::ElementsAre;
 
 // A small file without a mistake. The line numbers below count from its first line.
-const std::string kGood =
-    R"(schema = 1
+const std::string kGood = R"(schema = 1
 [demo]
 seconds = 2
 silenced = "b"
@@ -66,6 +65,23 @@ block_mode = true
 reject_zero_address = true
 event = [{ name = "fast", cycle = 100, unit = "us" }]
 variables = [{ name = "none", address = 0, size = 2, event = "fast" }]
+[[ecu]]
+name = "c"
+protocol = "ccp"
+bus = "one"
+station_address = 0x1234
+command_id = 0x700
+response_id = 0x701
+byte_order = "big"
+commands = [0x0D]
+checksum = "add12"
+timeouts = { command_ms = 40, retries = 2, retry_delay_ms = 3, status_period_ms = 100 }
+security = { seed_key = "sim:", lock = [{ resource = "daq" }, { resource = "programming" }] }
+event = [{ name = "fast", cycle = 5, unit = "ms" }, { name = "slow", cycle = 2, unit = "100ms" }]
+daq = { packing = "bytes", list = [{ odts = 3, first_pid = 4, events = ["slow", "fast"], id = 0x702 }, { odts = 2, first_pid = 7 }] }
+flash = { sector_size = 0x100, erase_ms = 7, program_us = 90 }
+segment = [{ address = 0x1000, size = 0x100 }, { kind = "calibration", address = 0x2000, reference_address = 0x3000, size = 0x80 }, { kind = "flash", address = 0x8000, size = 0x400 }]
+parameters = [{ name = "gain", type = "i16", address = 0x207E, value = -2 }, { name = "slope", type = "f32", address = 0x2000, value = 1.5 }]
 )";
 
 host::Config load(const std::string& content) {
@@ -85,8 +101,10 @@ TEST(Config, ReadsBusesAndDemo) {
 
 TEST(Config, ReadsIdentityAndProtocolOfAnEcu) {
     const host::Config config = load(kGood);
-    ASSERT_EQ(config.ecus.size(), 2U);
+    ASSERT_EQ(config.ecus.size(), 3U);
     const host::EcuRecord& a = config.ecus[0];
+    EXPECT_FALSE(a.ccp);
+    EXPECT_EQ(a.checksum, 9) << "CRC-32 where nothing stands";
     EXPECT_EQ(a.bus, 0U);
     EXPECT_EQ(a.commandId, 0x600U);
     EXPECT_EQ(a.responseId, 0x601U);
@@ -162,11 +180,64 @@ TEST(Config, VariableAtAddressZeroIsOneToReject) {
     EXPECT_FALSE(config.ecus[0].rejects(config.ecus[0].variables[2]));
 }
 
+TEST(Config, ReadsWhatOnlyACcpEcuHas) {
+    const host::EcuRecord ecu = load(kGood).ecus[2];
+    EXPECT_TRUE(ecu.ccp);
+    EXPECT_EQ(ecu.stationAddress, 0x1234);
+    EXPECT_EQ(ecu.checksum, 2);
+    EXPECT_EQ(ecu.timeouts.budgetMs(), 126U);  // 3 times 40 and 2 times 3
+    ASSERT_EQ(ecu.security.locks.size(), 2U);
+    EXPECT_EQ(ecu.security.locks[0].resource, 0x02);
+    EXPECT_EQ(ecu.security.locks[1].resource, 0x40);
+    EXPECT_EQ(ecu.security.locks[1].seedLength, 4);
+    EXPECT_EQ(ecu.daq.packMode, 1);
+    ASSERT_EQ(ecu.daq.lists.size(), 2U);
+    EXPECT_EQ(ecu.daq.lists[0].odts, 3);
+    EXPECT_EQ(ecu.daq.lists[0].firstPid, 4);
+    EXPECT_EQ(ecu.daq.lists[0].id, 0x702U);
+    EXPECT_THAT(ecu.daq.lists[0].events, ElementsAre(1, 0));
+    EXPECT_FALSE(ecu.daq.lists[1].id.has_value());
+    EXPECT_THAT(ecu.daq.lists[1].events, ::testing::IsEmpty());
+}
+
+TEST(Config, ReadsCalibrationPagesAndFlash) {
+    const host::EcuRecord ecu = load(kGood).ecus[2];
+    ASSERT_EQ(ecu.segments.size(), 3U);
+    EXPECT_EQ(ecu.segments[0].kind, host::SegmentKind::ram);
+    EXPECT_EQ(ecu.segments[1].kind, host::SegmentKind::calibration);
+    EXPECT_EQ(ecu.segments[1].address, 0x2000U);
+    EXPECT_EQ(ecu.segments[1].referenceAddress, 0x3000U);
+    EXPECT_EQ(ecu.segments[2].kind, host::SegmentKind::flash);
+    EXPECT_EQ(ecu.flash.sectorSize, 0x100U);
+    EXPECT_EQ(ecu.flash.eraseMs, 7U);
+    EXPECT_EQ(ecu.flash.programUs, 90U);
+}
+
+TEST(Config, ParameterHoldsTheBytesOfItsValueInTheOrderOfTheEcu) {
+    const host::EcuRecord ecu = load(kGood).ecus[2];
+    ASSERT_EQ(ecu.parameters.size(), 2U);
+    EXPECT_EQ(ecu.parameters[0].address, 0x207EU);
+    EXPECT_THAT(ecu.parameters[0].bytes, ElementsAre(0xFF, 0xFE));
+    EXPECT_THAT(ecu.parameters[1].bytes, ElementsAre(0x3F, 0xC0, 0x00, 0x00));
+}
+
+TEST(Config, PagesOfAnXcpEcuLieAtOneAddress) {
+    const host::EcuRecord ecu =
+        load(host_test::replaced(kGood, "{ address = 0x2000, size = 0x10 }",
+                                 "{ address = 0x2000, size = 0x10 }, { kind = \"calibration\", address = "
+                                 "0x3000, size = 0x20 }"))
+            .ecus[0];
+    ASSERT_EQ(ecu.segments.size(), 3U);
+    EXPECT_EQ(ecu.segments[2].referenceAddress, 0x3000U);
+}
+
 TEST(Config, ExampleIsGoodAndHasThirtyVariablesPerEcu) {
     const host::Config config = host::loadConfig(std::string(TALVEX_SOURCE_DIR) + "/examples/demo.toml");
-    ASSERT_EQ(config.ecus.size(), 2U);
-    EXPECT_EQ(config.ecus[0].variables.size(), 30U);
-    EXPECT_EQ(config.ecus[1].variables.size(), 30U);
+    ASSERT_EQ(config.ecus.size(), 3U);
+    for (const host::EcuRecord& ecu : config.ecus) {
+        EXPECT_EQ(ecu.variables.size(), 30U) << ecu.name;
+    }
+    EXPECT_TRUE(config.ecus[2].ccp);
 }
 
 TEST(Config, MissingFileIsNamedWithTheReason) {
@@ -258,8 +329,8 @@ const std::vector<Mistake> kMistakes = {
      ":14: ecu.security.lock: in \"a\": a resource has two locks; give each resource one"},
     {"TwoEcusOfOneName", "name = \"b\"", "name = \"a\"",
      ":39: ecu.name: \"a\" is the name of another ECU; give each its own"},
-    {"SilencedIsNoEcu", "silenced = \"b\"", "silenced = \"c\"",
-     ":4: demo.silenced: found \"c\"; give one of \"a\", \"b\""},
+    {"SilencedIsNoEcu", "silenced = \"b\"", "silenced = \"d\"",
+     ":4: demo.silenced: found \"d\"; give one of \"a\", \"b\", \"c\""},
     {"TwoEventsOfOneName", "name = \"slow\", cycle", "name = \"fast\", cycle",
      ":24: ecu.event.name: \"fast\" is the name of another event; give each its own"},
     {"TwoVariablesOfOneName", "name = \"raw\"", "name = \"wave\"",
@@ -284,6 +355,82 @@ const std::vector<Mistake> kMistakes = {
      ":29: ecu.signals.texts: give 1 to 256 texts of at most 16 bytes"},
 };
 
+const std::vector<Mistake> kMemoryAndCcpMistakes = {
+    {"UnknownProtocol", "protocol = \"ccp\"", "protocol = \"can\"",
+     ":54: ecu.protocol: found \"can\"; give one of \"xcp\", \"ccp\""},
+    {"XcpKeyAtACcpEcu", "station_address", "max_cto = 8\nstation_address",
+     ":56: ecu.max_cto: is not a key of this table; allowed are bus, byte_order, checksum, command_id, "
+     "commands, daq, event, extended, flash, name, parameters, protocol, reject_zero_address, response_id, "
+     "security, segment, signals, station_address, timeouts, variables"},
+    {"CcpKeyAtAnXcpEcu", "block_mode = true", "station_address = 1",
+     ":48: ecu.station_address: is not a key of this table; allowed are "},
+    {"StationAddressTooLarge", "station_address = 0x1234", "station_address = 0x10000",
+     ":56: ecu.station_address: found 65536; allowed are 0 to 65535"},
+    {"LongTimeoutOfCcp", "command_ms = 40", "long_ms = 40",
+     ":62: ecu.timeouts.long_ms: is not a key of this table; allowed are command_ms, retries, "
+     "retry_delay_ms, status_period_ms"},
+    {"ResourceThatCcpHasNot", "lock = [{ resource = \"daq\" }", "lock = [{ resource = \"stim\" }",
+     ":63: ecu.security.lock.resource: found \"stim\"; give one of \"calibration\", \"daq\", "
+     "\"programming\""},
+    {"SeedLengthOfCcp", "{ resource = \"programming\" }", "{ resource = \"programming\", seed_length = 4 }",
+     ":63: ecu.security.lock.seed_length: is not a key of this table; allowed are resource"},
+    {"PriorityOfACcpEvent", "{ name = \"fast\", cycle = 5, unit = \"ms\" }",
+     "{ name = \"fast\", cycle = 5, unit = \"ms\", priority = 1 }",
+     ":64: ecu.event.priority: is not a key of this table; allowed are cycle, name, unit"},
+    {"UnknownChecksum", "checksum = \"add12\"", "checksum = \"crc8\"",
+     ":61: ecu.checksum: found \"crc8\"; give one of \"add11\", \"add12\", \"add14\", \"add22\", "
+     "\"add24\", \"add44\", \"crc16\", \"crc16 ccitt\", \"crc32\""},
+    {"NoDaqList",
+     ", list = [{ odts = 3, first_pid = 4, events = [\"slow\", \"fast\"], id = 0x702 }, { odts = "
+     "2, first_pid = 7 }]",
+     "", ":65: ecu.daq.list: is missing; give at least one"},
+    {"NoOdts", "odts = 3", "odts = 0", ":65: ecu.daq.list.odts: found 0; allowed are 1 to 254"},
+    {"EventOfAListIsNone", "[\"slow\", \"fast\"]", "[\"slow\", \"late\"]",
+     ":65: ecu.daq.list.events: found \"late\"; give one of \"fast\", \"slow\""},
+    {"LongIdentifierOfAList", "id = 0x702 }", "id = 0x802 }",
+     ":65: ecu.daq.list.id: found 0x802; without extended = true an identifier has 11 bits, up to 0x7FF"},
+    {"IdentifierOfAListIsThatOfCommands", "id = 0x702 }", "id = 0x700 }",
+     ":52: ecu.daq.list.id: in \"c\": equals command_id; give another identifier, or none"},
+    {"IdentifierOfAListIsThatOfAnotherEcu", "id = 0x702 }", "id = 0x601 }",
+     ":57: ecu.command_id: shares an identifier with \"a\" on the same bus"},
+    {"ListsThatSharePids", "first_pid = 7", "first_pid = 6",
+     ":52: ecu.daq.list: in \"c\": the one from first_pid 6 on shares 6 with another"},
+    {"ListBehindTheLastPid", "odts = 2, first_pid = 7", "odts = 2, first_pid = 253",
+     ":52: ecu.daq.list: in \"c\": the one from first_pid 253 on ends behind 253"},
+    {"UnknownKindOfSegment", "kind = \"flash\"", "kind = \"rom\"",
+     ":67: ecu.segment.kind: found \"rom\"; give one of \"ram\", \"calibration\", \"flash\""},
+    {"WritableFlash", "{ kind = \"flash\",", "{ kind = \"flash\", writable = true,",
+     ":67: ecu.segment.writable: is not a key of this table; allowed are address, kind, size"},
+    {"CalibrationWithoutReference", "reference_address = 0x3000, ", "",
+     ":67: ecu.segment.reference_address: is missing; give a whole number from 0 to 4294967295"},
+    {"ReferenceOverOtherMemory", "reference_address = 0x3000", "reference_address = 0x7FFF",
+     ":52: ecu.segment: in \"c\": those at 0x7FFF and 0x8000 overlap"},
+    {"BrokenSector", "address = 0x8000, size = 0x400", "address = 0x8000, size = 0x480",
+     ":67: ecu.segment.size: found 0x480; give a multiple of the sector size, 0x100"},
+    {"TooManySectors", "address = 0x8000, size = 0x400", "address = 0x8000, size = 0x10000",
+     ":52: ecu.flash.sector_size: in \"c\": makes 256 sectors; 255 are allowed"},
+    {"TwoSegmentsOfFlash", "segment = [{ address = 0x1000, size = 0x100 }, { kind = \"calibration\"",
+     "segment = [{ address = 0x1000, size = 0x100 }, { kind = \"flash\", address = 0x9000, size = 0x100 }, { "
+     "kind = \"calibration\"",
+     ":52: ecu.segment: in \"c\": there are two of kind \"calibration\" or \"flash\"; give one of each at "
+     "most"},
+    {"SectorOfNoSize", "sector_size = 0x100", "sector_size = 0",
+     ":66: ecu.flash.sector_size: found 0; allowed are 1 to 16777216"},
+    {"SignalInAnotherKindOfMemory", "{ address = 0x2000, size = 0x10 }",
+     "{ kind = \"flash\", address = 0x2000, size = 0x1000 }",
+     ":14: ecu.signals: in \"a\": \"fixed\" lies outside the segments of kind \"ram\""},
+    {"ParameterOutsideTheWorkingPage", "address = 0x207E", "address = 0x207F",
+     ":52: ecu.parameters: in \"c\": \"gain\" lies outside the working page"},
+    {"TwoParametersOfOneName", "name = \"slope\", type = \"f32\"", "name = \"gain\", type = \"f32\"",
+     ":52: ecu.parameters: in \"c\": \"gain\" stands there twice; give each its own name"},
+    {"ParameterWithoutValue", ", value = -2", "",
+     ":68: ecu.parameters.value: is missing; give a finite number"},
+    {"ParameterThatDoesNotFit", "value = -2", "value = 32768",
+     ":68: ecu.parameters.value: found 32768; give a value that the type can hold"},
+    {"ParameterThatIsNotWhole", "value = -2", "value = 0.5",
+     ":68: ecu.parameters.value: found 0.5; give a value that the type can hold"},
+};
+
 class ConfigMistake : public ::testing::TestWithParam<Mistake> {};
 
 TEST_P(ConfigMistake, IsNamedWithItsPlaceAndTheWayOut) {
@@ -302,6 +449,7 @@ std::string nameOf(const ::testing::TestParamInfo<Mistake>& row) {
 }
 
 INSTANTIATE_TEST_SUITE_P(All, ConfigMistake, ::testing::ValuesIn(kMistakes), nameOf);
+INSTANTIATE_TEST_SUITE_P(MemoryAndCcp, ConfigMistake, ::testing::ValuesIn(kMemoryAndCcpMistakes), nameOf);
 
 TEST(Config, SecondEcuOnTheSameIdentifierAndBusIsRefused) {
     const std::string content =

@@ -206,8 +206,11 @@ TEST(DecodeProcess, MistakesOfTheCommandLineAreExitCodeTwo) {
     const Outcome twice = runProgram({"decode", "--xcp", "600:601", "--ccp", "600:602", "-"});
     EXPECT_EQ(twice.code, 2);
     EXPECT_THAT(twice.err, HasSubstr("talvex: identifier 600 is in two pairs"));
+}
+
+TEST(DecodeProcess, ConfigurationThatCannotBeReadIsExitCodeThree) {
     const Outcome config = runProgram({"decode", "--config", "/nowhere/demo.toml", "-"});
-    EXPECT_EQ(config.code, 2);
+    EXPECT_EQ(config.code, 3);
     EXPECT_THAT(config.err, HasSubstr("talvex: /nowhere/demo.toml: cannot be read"));
     EXPECT_THAT(config.out, IsEmpty());
 }

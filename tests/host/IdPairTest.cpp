@@ -47,10 +47,11 @@ TEST(IdPair, AnythingElseIsRefusedWithWhatWasFound) {
     }
 }
 
-TEST(IdPairs, OfTheExampleAreItsTwoEcus) {
+TEST(IdPairs, OfTheExampleAreItsThreeEcus) {
     const host::Config config = host::loadConfig(std::string(TALVEX_SOURCE_DIR) + "/examples/demo.toml");
     EXPECT_THAT(host::idPairs(config), ElementsAre(IdPair{Protocol::xcp, 0x600, 0x601, false, false},
-                                                   IdPair{Protocol::xcp, 0x640, 0x641, false, true}));
+                                                   IdPair{Protocol::xcp, 0x640, 0x641, false, true},
+                                                   IdPair{Protocol::ccp, 0x680, 0x681, false, false}));
 }
 
 TEST(DistinctIdPairs, DropsWhatStandsThereTwice) {

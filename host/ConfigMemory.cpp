@@ -1,0 +1,84 @@
+// Segments, flash and calibration values of an ECU.
+#include "host/ConfigEcu.h"
+#include "host/RawValue.h"
+
+#include <fmt/format.h>
+
+namespace host {
+namespace {
+
+constexpr NumberRange kAddress{0, 0xFFFFFFFF};
+constexpr NumberRange kSize{1, 0x1000000};
+constexpr NumberRange kMicroseconds{0, 1'000'000};
+
+const Words kKinds{"ram", "calibration", "flash"};
+
+SegmentRecord readSegment(ConfigTable& table, const EcuRecord& ecu) {
+    SegmentRecord segment;
+    segment.kind = static_cast<SegmentKind>(table.word("kind", kKinds, 0));
+    segment.address = table.as<std::uint32_t>("address", kAddress);
+    segment.size = table.as<std::uint32_t>("size", kSize);
+    segment.referenceAddress = segment.address;
+    if (segment.kind == SegmentKind::ram) {
+        segment.writable = table.flag("writable", false);
+    }
+    if (segment.kind == SegmentKind::calibration && ecu.ccp) {
+        segment.referenceAddress = table.as<std::uint32_t>("reference_address", kAddress);
+    }
+    if (segment.kind == SegmentKind::flash && segment.size % ecu.flash.sectorSize != 0) {
+        table.fail("size", fmt::format("found 0x{:X}; give a multiple of the sector size, 0x{:X}",
+                                       segment.size, ecu.flash.sectorSize));
+    }
+    table.finish();
+    return segment;
+}
+
+ParameterRecord readParameter(ConfigTable& table, const EcuRecord& ecu) {
+    ParameterRecord parameter;
+    parameter.name = table.text("name");
+    parameter.address = table.as<std::uint32_t>("address", kAddress);
+    sim::Signal value;
+    value.kind = sim::SignalKind::constant;
+    value.byteOrder = ecu.byteOrder;
+    value.type = static_cast<sim::SignalType>(table.word("type", typeWords()));
+    if (!table.has("value")) {
+        table.fail("value", "is missing; give a finite number");
+    }
+    value.offset = table.real("value", 0.0);
+    parameter.bytes = sim::signalBytes(value, 0);
+    const bool whole = value.type != sim::SignalType::f32 && value.type != sim::SignalType::f64;
+    if (whole && rawNumber(value, parameter.bytes) != value.offset) {
+        table.fail("value", fmt::format("found {}; give a value that the type can hold", value.offset));
+    }
+    table.finish();
+    return parameter;
+}
+
+}  // namespace
+
+FlashRecord readFlash(ConfigTable table) {
+    FlashRecord flash;
+    flash.sectorSize = table.as<std::uint32_t>("sector_size", kSize, flash.sectorSize);
+    flash.eraseMs = table.as<std::uint32_t>("erase_ms", {0, 10'000}, flash.eraseMs);
+    flash.programUs = table.as<std::uint32_t>("program_us", kMicroseconds, flash.programUs);
+    table.finish();
+    return flash;
+}
+
+std::vector<SegmentRecord> readSegments(ConfigTable& ecuTable, const EcuRecord& ecu) {
+    std::vector<SegmentRecord> segments;
+    for (ConfigTable& table : ecuTable.tables("segment")) {
+        segments.push_back(readSegment(table, ecu));
+    }
+    return segments;
+}
+
+std::vector<ParameterRecord> readParameters(ConfigTable& ecuTable, const EcuRecord& ecu) {
+    std::vector<ParameterRecord> parameters;
+    for (ConfigTable& table : ecuTable.tables("parameters")) {
+        parameters.push_back(readParameter(table, ecu));
+    }
+    return parameters;
+}
+
+}  // namespace host
