@@ -3,6 +3,7 @@
 #include "host/DecodeCommand.h"
 #include "host/DemoCommand.h"
 #include "host/ExitCode.h"
+#include "host/HexCommandLine.h"
 
 #include <CLI/CLI.hpp>
 
@@ -16,7 +17,8 @@ using host::ExitCode;
 
 /// Adds `demo` to @p app; it leaves what it is to run in @p chosen.
 void addDemo(CLI::App& app, host::DemoOptions& options, std::function<ExitCode()>& chosen) {
-    CLI::App* demo = app.add_subcommand("demo", "Connects, measures and loses simulated ECUs");
+    CLI::App* demo =
+        app.add_subcommand("demo", "Connects, calibrates, programs, measures and loses simulated ECUs");
     demo->add_option("config,-c,--config", options.config, "Configuration of buses, ECUs and variables")
         ->capture_default_str();
     demo->add_option("--seconds", options.seconds, "Measuring time in seconds of bus time")
@@ -55,8 +57,10 @@ ExitCode run(int argc, char** argv) {
     host::DemoOptions demoOptions;
     std::function<ExitCode()> chosen;
     host::DecodeOptions decodeOptions;
+    host::HexOptions hexOptions;
     addDemo(app, demoOptions, chosen);
     addDecode(app, decodeOptions, chosen);
+    host::addHex(app, hexOptions, chosen);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
