@@ -77,14 +77,7 @@ CcpProtoTransmit::CcpProtoTransmit(const EcuProtoCfg& cfg, const CallBackFuns& c
 std::uint32_t CcpProtoTransmit::sendFrame(msgBuf& frame) {
     const std::lock_guard lock(m_mutex);
     dropStaleResponses();
-    std::size_t sentLength = frame.length;
-    if (m_cfg.padFrames != 0) {
-        sentLength = std::min<std::size_t>(m_cfg.maxCto, frame.data.size());
-        if (frame.length < sentLength) {
-            std::fill(frame.data.begin() + frame.length,
-                      frame.data.begin() + static_cast<std::ptrdiff_t>(sentLength), std::uint8_t{0});
-        }
-    }
+    const std::size_t sentLength = pad(frame, frame.data.size(), 0);
     return transmit(frame, {kTraceSent, kTraceReceived}, frame.length, sentLength);
 }
 

@@ -140,15 +140,8 @@ std::uint32_t CcpTaskTransmit::downloadBlocks(const std::list<mem_buf>& blocks, 
 
 std::uint32_t CcpTaskTransmit::checkMemory(const std::list<mem_buf>& blocks, mcMemOperType operation,
                                            std::vector<mcMemoryData>* results) {
-    if (blocks.empty()) {
-        return kResultMemFileParse;
-    }
-    const std::vector<mcMemoryInfo> ranges = memoryRanges(operation);
-    if (ranges.empty()) {
-        return kResultCheckMemory;
-    }
-    return forEachRange(ranges,
-                        [&](const mcMemoryInfo& range) { return checkRange(range, blocks, results); });
+    return checkRanges(blocks, memoryRanges(operation), kResultCheckMemory,
+                       [&](const mcMemoryInfo& range) { return checkRange(range, blocks, results); });
 }
 
 /// A step whose SET_MTA fails makes no entry; the walk goes on.

@@ -177,6 +177,18 @@ void BasicCfgTransmit::writeLog(std::uint32_t level, const std::string& text) co
     writeLogLine(m_callBacks.logFuns, level, text);
 }
 
+std::size_t BasicCfgTransmit::pad(msgBuf& frame, std::size_t capacity, std::uint8_t padByte) const {
+    if (m_cfg.padFrames == 0) {
+        return frame.length;
+    }
+    const std::size_t padded = std::min<std::size_t>(m_cfg.maxCto, capacity);
+    if (frame.length < padded) {
+        std::fill(frame.data.begin() + frame.length, frame.data.begin() + static_cast<std::ptrdiff_t>(padded),
+                  padByte);
+    }
+    return padded;
+}
+
 std::uint32_t BasicCfgTransmit::transmit(msgBuf& frame, const TraceTexts& trace, std::size_t dumpLength,
                                          std::size_t sentLength) {
     if (m_callBacks.sndFun == nullptr || stopFlag().isStopped()) {

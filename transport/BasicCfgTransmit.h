@@ -105,6 +105,11 @@ protected:
         std::string_view received;  ///< ahead of a received frame's bytes
     };
 
+    /// Fills a short frame up to `maxCto` if the configuration wants padding.
+    /// @param capacity  bytes that a frame of the bus can have, 64 at most
+    /// @return bytes that go out: with padding all of `maxCto`, so that a longer frame is cut
+    std::size_t pad(msgBuf& frame, std::size_t capacity, std::uint8_t padByte) const;
+
     /// Sends @p frame: logs its first @p dumpLength bytes, stamps it, has it analysed and gives
     /// @p sentLength bytes to the host. Holds m_mutex.
     std::uint32_t transmit(msgBuf& frame, const TraceTexts& trace, std::size_t dumpLength,

@@ -113,10 +113,17 @@ std::uint32_t uploadSteps(
     return kResultOk;
 }
 
-std::uint32_t forEachRange(const std::vector<mcMemoryInfo>& ranges,
-                           const std::function<std::uint32_t(const mcMemoryInfo&)>& onRange) {
+std::uint32_t checkRanges(const std::list<mem_buf>& blocks, const std::vector<mcMemoryInfo>& ranges,
+                          std::uint32_t noRange,
+                          const std::function<std::uint32_t(const mcMemoryInfo&)>& checkRange) {
+    if (blocks.empty()) {
+        return kResultMemFileParse;
+    }
+    if (ranges.empty()) {
+        return noRange;
+    }
     for (const mcMemoryInfo& range : ranges) {
-        const std::uint32_t result = onRange(range);
+        const std::uint32_t result = checkRange(range);
         if (result != kResultOk) {
             return result;
         }

@@ -63,9 +63,12 @@ std::uint32_t uploadSteps(
     const std::function<std::size_t(std::uint8_t* destination, std::size_t wanted)>& readStep,
     std::vector<mcMemoryData>* results, const std::uint32_t* total, std::uint32_t* done, MemResultFun report);
 
-/// Runs @p onRange for each range until one fails. @return the first result that is not 0, else 0
-std::uint32_t forEachRange(const std::vector<mcMemoryInfo>& ranges,
-                           const std::function<std::uint32_t(const mcMemoryInfo&)>& onRange);
+/// Checks an image range by range until one fails.
+/// @param noRange  the result if there is no range
+/// @return 28 without a block, else the first result of @p checkRange that is not 0, else 0
+std::uint32_t checkRanges(const std::list<mem_buf>& blocks, const std::vector<mcMemoryInfo>& ranges,
+                          std::uint32_t noRange,
+                          const std::function<std::uint32_t(const mcMemoryInfo&)>& checkRange);
 
 /// One BUILD_CHECKSUM step of a range.
 struct ChecksumStep {

@@ -62,15 +62,8 @@ XcpProtoTransmit::XcpProtoTransmit(const EcuProtoCfg& cfg, const CallBackFuns& c
 std::uint32_t XcpProtoTransmit::sendFrame(msgBuf& frame) {
     const std::lock_guard lock(m_mutex);
     dropStaleResponses();
-    std::size_t sentLength = frame.length;
-    if (m_cfg.padFrames != 0) {
-        const std::size_t capacity = m_cfg.masterFd != 0 ? kFdCapacity : kClassicCapacity;
-        sentLength = std::min<std::size_t>(m_cfg.maxCto, capacity);
-        if (frame.length < sentLength) {
-            std::fill(frame.data.begin() + frame.length,
-                      frame.data.begin() + static_cast<std::ptrdiff_t>(sentLength), m_cfg.padByte);
-        }
-    }
+    const std::size_t capacity = m_cfg.masterFd != 0 ? kFdCapacity : kClassicCapacity;
+    const std::size_t sentLength = pad(frame, capacity, m_cfg.padByte);
     return transmit(frame, {kTraceSent, kTraceReceived}, sentLength, sentLength);
 }
 

@@ -162,15 +162,8 @@ std::uint32_t XcpTaskTransmit::uploadMemory(mcMemOperType operation, std::vector
 
 std::uint32_t XcpTaskTransmit::checkMemory(const std::list<mem_buf>& blocks, mcMemOperType operation,
                                            std::vector<mcMemoryData>* results) {
-    if (blocks.empty()) {
-        return kResultMemFileParse;
-    }
-    const std::vector<mcMemoryInfo> ranges = memoryRanges(operation);
-    if (ranges.empty()) {
-        return kResultMemFileMerge;
-    }
-    return forEachRange(ranges,
-                        [&](const mcMemoryInfo& range) { return checkRange(range, blocks, results); });
+    return checkRanges(blocks, memoryRanges(operation), kResultMemFileMerge,
+                       [&](const mcMemoryInfo& range) { return checkRange(range, blocks, results); });
 }
 
 /// `checksumType` of a range only switches the check on: the kind comes from the ECU with each checksum. The
