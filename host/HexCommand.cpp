@@ -2,7 +2,7 @@
 
 #include "host/HexCompare.h"
 #include "host/HexCrop.h"
-#include "host/HexError.h"
+#include "host/HostError.h"
 #include "host/HexFile.h"
 #include "host/HexPrint.h"
 #include "host/HexSave.h"
@@ -16,7 +16,7 @@
 namespace host {
 namespace {
 
-/// What a sub-command does; it throws HexError.
+/// What a sub-command does; it throws HostError.
 using Work = ExitCode (*)(const HexOptions& options, HexPrint& print);
 
 ExitCode run(const char* command, const HexOptions& options, Work work) {
@@ -27,7 +27,7 @@ ExitCode run(const char* command, const HexOptions& options, Work work) {
     std::string error;
     try {
         code = work(options, print);
-    } catch (const HexError& caught) {
+    } catch (const HostError& caught) {
         code = caught.code();
         error = caught.what();
         print.message(error);
@@ -38,11 +38,11 @@ ExitCode run(const char* command, const HexOptions& options, Work work) {
 
 void expectBytes(const std::string& path, const std::list<mem_buf>& blocks) {
     if (blocks.empty()) {
-        throw HexError(fmt::format("{}: holds no bytes", path));
+        throw HostError(fmt::format("{}: holds no bytes", path));
     }
 }
 
-/// @throws HexError that names the lowest address held twice
+/// @throws HostError that names the lowest address held twice
 void expectApart(const std::vector<HexFile>& files) {
     const std::vector<HexOverlap> overlaps = overlapsOf(piecesOf(files));
     if (overlaps.empty()) {
@@ -55,20 +55,20 @@ void expectApart(const std::vector<HexFile>& files) {
                     countText(lengthOf(lowest.range), "byte"), addressText(lowest.range.last));
     const char* const remedy = "talvex hex merge with --overlap first or last settles it";
     if (lowest.fileBelow == lowest.fileAbove) {
-        throw HexError(fmt::format("{}: holds {} twice; {}", below, where, remedy));
+        throw HostError(fmt::format("{}: holds {} twice; {}", below, where, remedy));
     }
-    throw HexError(
+    throw HostError(
         fmt::format("{} and {} both hold {}; {}", below, files[lowest.fileAbove].path, where, remedy));
 }
 
-/// What a file holds. @throws HexError also for a file that holds an address twice
+/// What a file holds. @throws HostError also for a file that holds an address twice
 std::list<mem_buf> imageOf(const std::string& path) {
     const std::vector<HexFile> file{loadHexFile(path)};
     expectApart(file);
     return joined(piecesOf(file));
 }
 
-/// The same. @throws HexError also for a file without bytes
+/// The same. @throws HostError also for a file without bytes
 std::list<mem_buf> contentOf(const std::string& path) {
     std::list<mem_buf> image = imageOf(path);
     expectBytes(path, image);
@@ -137,7 +137,7 @@ ExitCode crop(const HexOptions& options, HexPrint& print) {
         part = filled(part, ranges, *fill);
     }
     if (part.empty()) {
-        throw HexError(fmt::format("{}: nothing of it lies in the ranges", path));
+        throw HostError(fmt::format("{}: nothing of it lies in the ranges", path));
     }
     save(part, options.out, print);
     return ExitCode::done;

@@ -1,6 +1,6 @@
 #include "host/HexCrop.h"
 
-#include "host/HexError.h"
+#include "host/HostError.h"
 
 #include <fmt/format.h>
 
@@ -16,7 +16,7 @@ namespace {
 constexpr std::uint64_t kAddressSpace = 0x1'0000'0000;
 
 [[noreturn]] void refuse(const std::string& text) {
-    throw HexError(text, ExitCode::usage);
+    throw HostError(text, ExitCode::usage);
 }
 
 /// A number up to @p most; nothing if @p text is none.
@@ -124,7 +124,7 @@ std::list<mem_buf> filled(const std::list<mem_buf>& image, const std::vector<Hex
         std::accumulate(ranges.begin(), ranges.end(), std::uint64_t{0},
                         [](std::uint64_t sum, const HexRange& range) { return sum + lengthOf(range); });
     if (size > kMostFilled) {
-        throw HexError(fmt::format("--fill would make {} bytes and makes at most {}: give smaller ranges",
+        throw HostError(fmt::format("--fill would make {} bytes and makes at most {}: give smaller ranges",
                                    size, kMostFilled));
     }
     std::list<mem_buf> filling;

@@ -16,11 +16,11 @@ inline constexpr std::uint64_t kMostFilled = 256ULL * 1024 * 1024;
 
 /// A range as on the command line: "0x8000:256" is address and length, "0x8000-0x80FF" is first and last
 /// address. Numbers are decimal, or hexadecimal behind "0x".
-/// @throws HexError ExitCode::usage
+/// @throws HostError ExitCode::usage
 [[nodiscard]] HexRange parseHexRange(const std::string& text);
 
 /// A byte to fill with, 0 to 255.
-/// @throws HexError ExitCode::usage
+/// @throws HostError ExitCode::usage
 [[nodiscard]] std::uint8_t parseFillByte(const std::string& text);
 
 /// @p ranges by rising address, those that touch or overlap joined.
@@ -36,7 +36,7 @@ inline constexpr std::uint64_t kMostFilled = 256ULL * 1024 * 1024;
                                          const std::vector<HexRange>& ranges);
 
 /// @p image with @p fill at every address of @p ranges that it does not hold.
-/// @throws HexError for more than kMostFilled bytes
+/// @throws HostError for more than kMostFilled bytes
 [[nodiscard]] std::list<mem_buf> filled(const std::list<mem_buf>& image, const std::vector<HexRange>& ranges,
                                         std::uint8_t fill);
 

@@ -1,6 +1,6 @@
 #include "host/HexFile.h"
 
-#include "host/HexError.h"
+#include "host/HostError.h"
 
 #include <fmt/format.h>
 
@@ -31,7 +31,7 @@ void expectRegularFile(const std::string& path) {
     std::error_code error;
     const auto status = std::filesystem::status(path, error);
     if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
-        throw HexError(fmt::format("{}: is no regular file", path));
+        throw HostError(fmt::format("{}: is no regular file", path));
     }
 }
 
@@ -43,7 +43,7 @@ HexFormat hexFormatOf(const std::string& path) {
                path.compare(path.size() - ending.text.size(), std::string::npos, ending.text) == 0;
     });
     if (found == kEndings.end()) {
-        throw HexError(fmt::format("{}: the ending of the name tells the format: .hex is Intel HEX, .s19 and "
+        throw HostError(fmt::format("{}: the ending of the name tells the format: .hex is Intel HEX, .s19 and "
                                    ".mot are S-records, all in lower case",
                                    path),
                        ExitCode::usage);
@@ -63,7 +63,7 @@ HexFile loadHexFile(const std::string& path) {
     file.blocks.remove_if([](const mem_buf& block) { return block.data.empty(); });
     for (const mem_buf& block : file.blocks) {
         if (endOf(block) > kAddressSpace) {
-            throw HexError(fmt::format("{}: the block at 0x{:08x} has {} bytes and ends behind 0xffffffff",
+            throw HostError(fmt::format("{}: the block at 0x{:08x} has {} bytes and ends behind 0xffffffff",
                                        path, block.address, block.data.size()));
         }
     }

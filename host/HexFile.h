@@ -19,7 +19,7 @@ struct HexFile {
 };
 
 /// The format by the ending of a name: .hex, .s19 or .mot. Case counts, as it does for the library's reader.
-/// @throws HexError ExitCode::usage with the endings that are allowed
+/// @throws HostError ExitCode::usage with the endings that are allowed
 [[nodiscard]] HexFormat hexFormatOf(const std::string& path);
 
 /// How a format is called.
@@ -31,7 +31,7 @@ struct HexFile {
 }
 
 /// Reads a file whose every line is in order.
-/// @throws HexError naming the file, and the line where it is known
+/// @throws HostError naming the file, and the line where it is known
 [[nodiscard]] HexFile loadHexFile(const std::string& path);
 
 }  // namespace host

@@ -1,6 +1,6 @@
 #include "host/HexLines.h"
 
-#include "host/HexError.h"
+#include "host/HostError.h"
 #include "host/Interrupt.h"
 #include "host/LineReader.h"
 
@@ -225,13 +225,13 @@ private:
 
     void finish() const {
         if (interrupted()) {
-            throw HexError("interrupted", ExitCode::interrupted);
+            throw HostError("interrupted", ExitCode::interrupted);
         }
         if (!m_reader.failure().empty()) {
-            throw HexError(fmt::format("{}: cannot be read: {}", m_path, m_reader.failure()));
+            throw HostError(fmt::format("{}: cannot be read: {}", m_path, m_reader.failure()));
         }
         if (m_records == 0) {
-            throw HexError(fmt::format("{}: the file is empty", m_path));
+            throw HostError(fmt::format("{}: the file is empty", m_path));
         }
         // Some programs write a count of the S-records in place of an end; it proves the same.
         if (m_endLine == 0 && !m_counted) {
@@ -241,7 +241,7 @@ private:
     }
 
     [[noreturn]] void fail(const std::string& text) const {
-        throw HexError(fmt::format("{}:{}: {}", m_path, m_reader.count(), text));
+        throw HostError(fmt::format("{}:{}: {}", m_path, m_reader.count(), text));
     }
 
     const std::string& m_path;
@@ -259,7 +259,7 @@ void checkHexLines(const std::string& path, HexFormat format) {
     try {
         LineCheck(path, format).run();
     } catch (const std::system_error& error) {
-        throw HexError(fmt::format("{}: cannot be read: {}", path, error.code().message()));
+        throw HostError(fmt::format("{}: cannot be read: {}", path, error.code().message()));
     }
 }
 

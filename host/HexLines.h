@@ -10,7 +10,7 @@ enum class HexFormat { intelHex, srecord };
 
 /// Looks at every line of a file. The library's reader forgives what a file on its way to an ECU must not
 /// have: wrong checksums, cut lines, a missing end. What passes here reads the same in every program.
-/// @throws HexError naming file, line and what is wrong; ExitCode::interrupted after Ctrl-C
+/// @throws HostError naming file, line and what is wrong; ExitCode::interrupted after Ctrl-C
 void checkHexLines(const std::string& path, HexFormat format);
 
 }  // namespace host

@@ -1,6 +1,6 @@
 #include "host/HexSave.h"
 
-#include "host/HexError.h"
+#include "host/HostError.h"
 #include "host/HexFile.h"
 #include "host/Interrupt.h"
 
@@ -47,7 +47,7 @@ public:
         : m_target(path.string()), m_path((path.parent_path() / ".talvex-XXXXXX").string() + ending) {
         m_file = mkstemps(m_path.data(), kEndingLength);
         if (m_file < 0) {
-            throw HexError(fmt::format("{}: cannot be written: {}", m_target, reason()));
+            throw HostError(fmt::format("{}: cannot be written: {}", m_target, reason()));
         }
     }
 
@@ -67,7 +67,7 @@ public:
         m_done = fchmod(m_file, permissionsFor(m_target)) == 0 && fsync(m_file) == 0 &&
                  std::rename(m_path.c_str(), m_target.c_str()) == 0;
         if (!m_done) {
-            throw HexError(fmt::format("{}: cannot be written: {}", m_target, reason()));
+            throw HostError(fmt::format("{}: cannot be written: {}", m_target, reason()));
         }
     }
 
@@ -87,7 +87,7 @@ std::filesystem::path targetOf(const std::string& path) {
     }
     const auto status = std::filesystem::status(target, error);
     if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
-        throw HexError(fmt::format("{}: is no regular file", path));
+        throw HostError(fmt::format("{}: is no regular file", path));
     }
     return target;
 }
@@ -103,7 +103,7 @@ bool equal(const std::list<mem_buf>& left, const std::list<mem_buf>& right) {
 bool isWhole(const std::string& path, const std::list<mem_buf>& image) {
     try {
         return equal(loadHexFile(path).blocks, image);
-    } catch (const HexError& error) {
+    } catch (const HostError& error) {
         if (error.code() == ExitCode::interrupted) {
             throw;
         }
@@ -117,13 +117,13 @@ void saveHexFile(const std::list<mem_buf>& image, const std::string& path) {
     // A link may have another ending than the file behind it; the one that was asked for counts.
     Replacement replacement(targetOf(path), path.substr(path.size() - kEndingLength));
     if (!SaveToHexFile(image, replacement.path()) || !isWhole(replacement.path(), image)) {
-        throw HexError(
+        throw HostError(
             fmt::format("{}: not written: the disk is full or files are limited in size; what was "
                         "there is as it was",
                         path));
     }
     if (interrupted()) {
-        throw HexError("interrupted", ExitCode::interrupted);
+        throw HostError("interrupted", ExitCode::interrupted);
     }
     replacement.takePlace();
 }

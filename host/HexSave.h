@@ -13,7 +13,7 @@ namespace host {
 /// and compared, and only then takes the place of what was there. A link stays, its target is replaced.
 /// SIGXFSZ must be ignored, so that a limit on the size of files is an error like a full disk.
 /// @param image  as joined() makes it
-/// @throws HexError; what was there is then as it was
+/// @throws HostError; what was there is then as it was
 void saveHexFile(const std::list<mem_buf>& image, const std::string& path);
 
 }  // namespace host

@@ -2,7 +2,7 @@
 
 #include "host/HexCompare.h"
 #include "host/HexCrop.h"
-#include "host/HexError.h"
+#include "host/HostError.h"
 #include "host/HexImage.h"
 
 #include <gtest/gtest.h>
@@ -17,7 +17,7 @@
 namespace {
 
 using host::HexDifferenceKind;
-using host::HexError;
+using host::HostError;
 using host::HexFile;
 using host::HexRange;
 
@@ -50,7 +50,7 @@ std::string refusal(const std::string& range) {
     try {
         static_cast<void>(host::parseHexRange(range));
         return "";
-    } catch (const HexError& error) {
+    } catch (const HostError& error) {
         EXPECT_EQ(error.code(), host::ExitCode::usage);
         return error.what();
     }
@@ -168,7 +168,7 @@ TEST(HexFillByte, IsAByte) {
         try {
             static_cast<void>(host::parseFillByte(text));
             ADD_FAILURE() << text;
-        } catch (const HexError& error) {
+        } catch (const HostError& error) {
             EXPECT_EQ(error.code(), host::ExitCode::usage);
             EXPECT_EQ(error.what(),
                       std::string("--fill ") + text + ": must be a byte, 0 to 255 or 0x00 to 0xff");
@@ -208,7 +208,7 @@ TEST(HexCrop, FillsNoMoreThanFitsIntoMemory) {
     try {
         static_cast<void>(host::filled({}, {{0, 0xFFFFFFFF}}, 0));
         FAIL() << "no error";
-    } catch (const HexError& error) {
+    } catch (const HostError& error) {
         EXPECT_STREQ(error.what(),
                      "--fill would make 4294967296 bytes and makes at most 268435456: give smaller ranges");
     }

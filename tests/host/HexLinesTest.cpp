@@ -1,6 +1,6 @@
 // What is refused in an image file, by its message. Checksums are worked by hand.
 
-#include "host/HexError.h"
+#include "host/HostError.h"
 #include "host/HexFile.h"
 #include "tests/host/HexTesting.h"
 
@@ -12,7 +12,7 @@
 namespace {
 
 using host::ExitCode;
-using host::HexError;
+using host::HostError;
 using host_test::HexFolder;
 
 constexpr const char* kEnd = ":00000001FF\n";
@@ -24,7 +24,7 @@ std::string complaint(const std::string& name, const std::string& content) {
     try {
         static_cast<void>(host::loadHexFile(path));
         return "";
-    } catch (const HexError& error) {
+    } catch (const HostError& error) {
         EXPECT_EQ(error.code(), ExitCode::failed);
         const std::string text = error.what();
         const std::string prefix = path.substr(0, path.size() - name.size());
@@ -37,7 +37,7 @@ std::string usage(const std::string& path) {
     try {
         static_cast<void>(host::loadHexFile(path));
         return "";
-    } catch (const HexError& error) {
+    } catch (const HostError& error) {
         EXPECT_EQ(error.code(), ExitCode::usage);
         return error.what();
     }
@@ -209,7 +209,7 @@ TEST(HexFile, AFileThatCannotBeOpenedAndAFolderAreNamed) {
         try {
             static_cast<void>(host::loadHexFile(path));
             return "";
-        } catch (const HexError& error) {
+        } catch (const HostError& error) {
             return error.what();
         }
     };

@@ -1,5 +1,5 @@
 /// @file
-/// What ends a command on image files early.
+/// What ends a sub-command early.
 #pragma once
 
 #include "host/ExitCode.h"
@@ -10,9 +10,9 @@
 namespace host {
 
 /// Carries the message for the user and the exit code that goes with it.
-class HexError : public std::runtime_error {
+class HostError : public std::runtime_error {
 public:
-    explicit HexError(const std::string& text, ExitCode code = ExitCode::failed)
+    explicit HostError(const std::string& text, ExitCode code = ExitCode::failed)
         : std::runtime_error(text), m_code(code) {}
 
     [[nodiscard]] ExitCode code() const { return m_code; }
