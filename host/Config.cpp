@@ -33,6 +33,9 @@ BusRecord readBus(ConfigTable& table, const std::vector<BusRecord>& before) {
     if (table.has("data_rate")) {
         bus.dataRate = table.as<std::uint32_t>("data_rate", kBitRate);
     }
+    if (table.has("url")) {
+        bus.url = table.text("url");
+    }
     table.finish();
     for (const BusRecord& other : before) {
         if (other.name == bus.name) {
@@ -95,6 +98,7 @@ Config loadConfig(const std::string& file) {
     config.file = file;
     config.buses = readBuses(root);
     config.ecus = readEcus(root, config.buses);
+    config.hasDemo = root.has("demo");
     config.demo = readDemo(root.table("demo"), config.ecus);
     root.finish();
     return config;

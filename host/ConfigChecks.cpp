@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <set>
+#include <tuple>
 
 namespace host {
 namespace {
@@ -17,6 +18,9 @@ std::set<std::uint32_t> identifiers(const EcuRecord& ecu) {
     std::set<std::uint32_t> ids{ecu.commandId, ecu.responseId};
     for (const DaqListRecord& list : ecu.daq.lists) {
         ids.insert(list.id.value_or(ecu.responseId));
+    }
+    for (const EventRecord& event : ecu.events) {
+        ids.insert(event.ids.begin(), event.ids.end());
     }
     return ids;
 }
@@ -71,16 +75,23 @@ void checkNames(const EcuRecord& ecu) {
                 [](const VariableRecord& variable) { return variable.name; });
     checkUnique(ecu, "parameters", ecu.parameters,
                 [](const ParameterRecord& parameter) { return parameter.name; });
+    for (const ParameterRecord& parameter : ecu.parameters) {
+        if (ecu.find(parameter.name) != &parameter) {
+            fail(ecu, "parameters",
+                 fmt::format("\"{}\" is the name of a variable as well; give each its own", parameter.name));
+        }
+    }
 }
 
-/// The first bytes of packets tell DAQ lists apart.
-void checkLists(const EcuRecord& ecu) {
-    constexpr unsigned kPids = 254;
+/// The first bytes of packets tell DAQ lists apart, unless the packets name their list.
+void checkPids(const EcuRecord& ecu) {
+    const unsigned pids = ecu.ccp ? 254 : 252;
     std::set<unsigned> taken;
     for (const DaqListRecord& list : ecu.daq.lists) {
         const unsigned end = list.firstPid + list.odts;
-        if (end > kPids) {
-            fail(ecu, "daq.list", fmt::format("the one from first_pid {} on ends behind 253", list.firstPid));
+        if (end > pids) {
+            fail(ecu, "daq.list",
+                 fmt::format("the one from first_pid {} on ends behind {}", list.firstPid, pids - 1));
         }
         for (unsigned pid = list.firstPid; pid < end; ++pid) {
             if (!taken.insert(pid).second) {
@@ -88,33 +99,54 @@ void checkLists(const EcuRecord& ecu) {
                      fmt::format("the one from first_pid {} on shares {} with another", list.firstPid, pid));
             }
         }
+    }
+}
+
+void checkLists(const EcuRecord& ecu) {
+    if (ecu.ccp || (!ecu.daq.dynamic && ecu.daq.idField == 0)) {
+        checkPids(ecu);
+    }
+    for (const DaqListRecord& list : ecu.daq.lists) {
         if (list.id == ecu.commandId) {
             fail(ecu, "daq.list.id", "equals command_id; give another identifier, or none");
+        }
+    }
+    for (const EventRecord& event : ecu.events) {
+        if (std::find(event.ids.begin(), event.ids.end(), ecu.commandId) != event.ids.end()) {
+            fail(ecu, "event.ids", fmt::format("those of \"{}\" hold command_id; leave it out", event.name));
         }
     }
 }
 
 /// A range of addresses.
 struct Range {
+    std::uint8_t extension = 0;  ///< each has addresses of its own
     std::uint64_t begin = 0;
     std::uint64_t end = 0;
 };
 
-Range rangeOf(const SegmentRecord& segment) {
-    return {segment.address, std::uint64_t{segment.address} + segment.size};
+/// @param size  bytes
+Range makeRange(const EcuRecord& ecu, std::uint8_t extension, std::uint64_t address, std::uint64_t size) {
+    const std::uint64_t addresses = (size + ecu.addressGranularity - 1) / ecu.addressGranularity;
+    return {extension, address, address + addresses};
+}
+
+Range rangeOf(const EcuRecord& ecu, const SegmentRecord& segment) {
+    return makeRange(ecu, segment.extension, segment.address, segment.size);
 }
 
 /// The ranges of all segments and of their reference pages, in ascending order.
 std::vector<Range> sortedRanges(const EcuRecord& ecu) {
     std::vector<Range> ranges;
     for (const SegmentRecord& segment : ecu.segments) {
-        ranges.push_back(rangeOf(segment));
+        ranges.push_back(rangeOf(ecu, segment));
         if (segment.kind == SegmentKind::calibration && ecu.ccp) {
-            ranges.push_back(
-                {segment.referenceAddress, std::uint64_t{segment.referenceAddress} + segment.size});
+            ranges.push_back(makeRange(ecu, segment.extension, segment.referenceAddress, segment.size));
         }
     }
-    std::sort(ranges.begin(), ranges.end(), [](const Range& a, const Range& b) { return a.begin < b.begin; });
+    std::sort(ranges.begin(), ranges.end(), [](const Range& a, const Range& b) {
+        return std::tie(a.extension, a.begin) < std::tie(b.extension, b.begin);
+    });
     return ranges;
 }
 
@@ -125,7 +157,7 @@ void checkSegments(const EcuRecord& ecu) {
             fail(ecu, "segment",
                  fmt::format("the one at 0x{:X} ends behind the last address", sorted[i].begin));
         }
-        if (i > 0 && sorted[i - 1].end > sorted[i].begin) {
+        if (i > 0 && sorted[i - 1].extension == sorted[i].extension && sorted[i - 1].end > sorted[i].begin) {
             fail(ecu, "segment",
                  fmt::format("those at 0x{:X} and 0x{:X} overlap", sorted[i - 1].begin, sorted[i].begin));
         }
@@ -149,31 +181,40 @@ void checkKinds(const EcuRecord& ecu) {
 }
 
 template <class Wanted>
-bool inSegment(const EcuRecord& ecu, std::uint64_t address, std::uint64_t size, Wanted wanted) {
+bool inSegment(const EcuRecord& ecu, const Range& wantedRange, Wanted wanted) {
     return std::any_of(ecu.segments.begin(), ecu.segments.end(), [&](const SegmentRecord& segment) {
-        const Range range = rangeOf(segment);
-        return wanted(segment.kind) && address >= range.begin && address + size <= range.end;
+        const Range range = rangeOf(ecu, segment);
+        return wanted(segment.kind) && wantedRange.extension == range.extension &&
+               wantedRange.begin >= range.begin && wantedRange.end <= range.end;
     });
 }
 
 /// What moves lies in RAM: signals in other memory would spoil what the demo writes there.
-void checkMemory(const EcuRecord& ecu) {
+void checkSignals(const EcuRecord& ecu) {
     const auto ram = [](SegmentKind kind) { return kind == SegmentKind::ram; };
-    const auto calibration = [](SegmentKind kind) { return kind == SegmentKind::calibration; };
-    const auto any = [](SegmentKind) { return true; };
     for (const SignalRecord& signal : ecu.signals) {
-        if (!inSegment(ecu, signal.first.address, signal.size(), ram)) {
+        if (!inSegment(ecu, makeRange(ecu, 0, signal.first.address, signal.size()), ram)) {
             fail(ecu, "signals",
                  fmt::format("\"{}\" lies outside the segments of kind \"ram\"", signal.first.name));
         }
     }
+}
+
+void checkVariables(const EcuRecord& ecu) {
+    const auto calibration = [](SegmentKind kind) { return kind == SegmentKind::calibration; };
+    const auto any = [](SegmentKind) { return true; };
+    const auto rangeOfVariable = [&ecu](const VariableRecord& variable) {
+        return makeRange(ecu, variable.extension, variable.address, variable.size);
+    };
     for (const VariableRecord& variable : ecu.variables) {
-        if (!ecu.rejects(variable) && !inSegment(ecu, variable.address, variable.size, any)) {
+        // Without segments nothing is known of the memory.
+        const bool placed = ecu.segments.empty() || inSegment(ecu, rangeOfVariable(variable), any);
+        if (!ecu.rejects(variable) && !placed) {
             fail(ecu, "variables", fmt::format("\"{}\" lies outside the segments", variable.name));
         }
     }
     for (const ParameterRecord& parameter : ecu.parameters) {
-        if (!inSegment(ecu, parameter.address, parameter.bytes.size(), calibration)) {
+        if (!inSegment(ecu, rangeOfVariable(parameter), calibration)) {
             fail(ecu, "parameters", fmt::format("\"{}\" lies outside the working page", parameter.name));
         }
     }
@@ -205,7 +246,8 @@ void checkEcu(const ConfigTable& table, const EcuRecord& ecu, const std::vector<
     checkLists(ecu);
     checkSegments(ecu);
     checkKinds(ecu);
-    checkMemory(ecu);
+    checkSignals(ecu);
+    checkVariables(ecu);
     checkSignalOverlap(ecu);
 }
 

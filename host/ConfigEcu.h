@@ -5,6 +5,8 @@
 #include "host/ConfigRecords.h"
 #include "host/ConfigTable.h"
 
+#include <cstdint>
+#include <string>
 #include <vector>
 
 namespace host {
@@ -12,6 +14,22 @@ namespace host {
 /// Reads one ECU, each value within its own range; how they fit together is for `checkEcu`.
 /// @throws ConfigError
 [[nodiscard]] EcuRecord readEcu(ConfigTable& table, const std::vector<BusRecord>& buses);
+
+/// Reads an identifier of 11 bits, or of 29 with @p extended. @throws ConfigError
+[[nodiscard]] std::uint32_t readId(ConfigTable& table, const std::string& key, bool extended);
+
+/// @p id, which stands at @p key, as an identifier. @throws ConfigError if it has too many bits
+[[nodiscard]] std::uint32_t checkedId(const ConfigTable& table, const std::string& key, std::int64_t id,
+                                      bool extended);
+
+/// Reads seed and key of an ECU. Paths count from the folder of the file. @throws ConfigError
+[[nodiscard]] SecurityRecord readSecurity(ConfigTable table, bool ccp);
+
+/// Reads the event channels of an ECU. @throws ConfigError
+[[nodiscard]] std::vector<EventRecord> readEvents(ConfigTable& ecuTable, const EcuRecord& ecu);
+
+/// Reads how an ECU measures, whose events have been read. @throws ConfigError
+[[nodiscard]] DaqRecord readDaq(ConfigTable table, const EcuRecord& ecu);
 
 /// Reads how the flash of an ECU works. @throws ConfigError
 [[nodiscard]] FlashRecord readFlash(ConfigTable table);
@@ -24,6 +42,9 @@ namespace host {
 
 /// The types of values, in the order of `sim::SignalType`.
 [[nodiscard]] const Words& typeWords();
+
+/// Reads unit, factor and offset of a variable. @throws ConfigError
+void readConversion(ConfigTable& table, VariableRecord& variable);
 
 /// Reads the signals of an ECU. @throws ConfigError
 [[nodiscard]] std::vector<SignalRecord> readSignals(ConfigTable& ecuTable, const EcuRecord& ecu);

@@ -11,6 +11,8 @@ namespace {
 
 constexpr NumberRange kAddress{0, 0xFFFFFFFF};
 constexpr std::int64_t kMostVariableSize = 0xFFFF;
+/// What the library takes for no period.
+constexpr std::uint16_t kDefaultPeriodMs = 1000;
 
 const Words kKinds{"counter", "sine", "ramp", "constant", "state"};
 
@@ -73,17 +75,51 @@ std::size_t signalIndex(ConfigTable& table, const EcuRecord& ecu) {
     return static_cast<std::size_t>(std::distance(ecu.signals.begin(), found));
 }
 
+/// The bytes that the file describes: of a type, of a size, or so many of a type.
+void readShape(ConfigTable& table, VariableRecord& variable) {
+    Words types = typeWords();
+    types.emplace_back("bytes");
+    const auto bytes = static_cast<std::size_t>(ValueType::bytes);
+    variable.type = static_cast<ValueType>(table.word("type", types, bytes));
+    const std::uint32_t element = valueSize(variable.type);
+    variable.size = variable.type == ValueType::bytes
+                        ? table.as<std::uint32_t>("size", {1, kMostVariableSize})
+                        : table.as<std::uint32_t>("size", {1, kMostVariableSize}, element);
+    if (variable.size % element != 0) {
+        table.fail("size", fmt::format("found {}; give a multiple of {}, the size of the type", variable.size,
+                                       element));
+    }
+}
+
+/// Without an event channel a variable is polled.
+void readEvent(ConfigTable& table, VariableRecord& variable, const EcuRecord& ecu) {
+    if (table.has("event")) {
+        variable.event = static_cast<std::uint16_t>(table.word("event", eventNames(ecu)));
+    } else {
+        variable.periodMs = kDefaultPeriodMs;
+    }
+}
+
+/// What a signal is; the text behind the state of a state machine makes it bytes.
+ValueType typeOf(const sim::Signal& signal) {
+    return signal.kind == sim::SignalKind::stateMachine ? ValueType::bytes
+                                                        : static_cast<ValueType>(signal.type);
+}
+
 /// A variable lies where its signal lies and is measured when it moves, or as the file says.
 void readLocation(ConfigTable& table, VariableRecord& variable, const EcuRecord& ecu) {
     if (!table.has("signal")) {
         variable.address = table.as<std::uint32_t>("address", kAddress);
-        variable.size = table.as<std::uint32_t>("size", {1, kMostVariableSize});
-        variable.event = static_cast<std::uint16_t>(table.word("event", eventNames(ecu)));
+        variable.extension = table.as<std::uint8_t>("extension", {0, 0xFF}, 0);
+        readShape(table, variable);
+        readEvent(table, variable, ecu);
         return;
     }
     variable.signal = signalIndex(table, ecu);
     const SignalRecord& signal = ecu.signals[*variable.signal];
+    variable.type = typeOf(signal.first);
     variable.address = signal.first.address;
+    variable.extension = signal.first.extension;
     variable.size = static_cast<std::uint32_t>(signal.size());
     variable.event = signal.first.event;
 }
@@ -91,16 +127,29 @@ void readLocation(ConfigTable& table, VariableRecord& variable, const EcuRecord&
 VariableRecord readVariable(ConfigTable& table, const EcuRecord& ecu) {
     VariableRecord variable;
     variable.name = table.text("name");
-    variable.unit = table.text("unit", "");
+    readConversion(table, variable);
     readLocation(table, variable, ecu);
-    variable.periodMs = table.as<std::uint16_t>("period_ms", {0, 60'000}, 0);
-    variable.factor = table.real("factor", 1.0);
-    variable.offset = table.real("offset", 0.0);
+    // One that has no event channel either would not be measured at all.
+    const std::int64_t least = variable.periodMs > 0 ? 1 : 0;
+    variable.periodMs = table.as<std::uint16_t>("period_ms", {least, 60'000}, variable.periodMs);
     table.finish();
+    if (variable.size % ecu.addressGranularity != 0) {
+        table.fail("size", fmt::format("is {}; give a multiple of the address_granularity, {}", variable.size,
+                                       ecu.addressGranularity));
+    }
     return variable;
 }
 
 }  // namespace
+
+void readConversion(ConfigTable& table, VariableRecord& variable) {
+    variable.unit = table.text("unit", "");
+    variable.factor = table.real("factor", 1.0);
+    variable.offset = table.real("offset", 0.0);
+    if (variable.factor == 0.0) {
+        table.fail("factor", "found 0, which no raw value can be told from; give another number");
+    }
+}
 
 const Words& typeWords() {
     static const Words kTypes{"u8", "i8", "u16", "i16", "u32", "i32", "u64", "i64", "f32", "f64"};

@@ -14,6 +14,9 @@ ExitCode runDemo(const DemoOptions& options) {
     watchInterrupts();
     try {
         Config config = loadConfig(options.config);
+        if (!config.hasDemo) {
+            throw ConfigError({config.file, 0}, "demo", "is missing; give a [demo] for a demo");
+        }
         config.demo.seconds = options.seconds.value_or(config.demo.seconds);
         Output output(stdout, !options.noColour);
         std::optional<CandumpWriter> trace;

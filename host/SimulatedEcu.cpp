@@ -2,6 +2,10 @@
 
 #include "host/MemoryPart.h"
 
+#include <algorithm>
+#include <stdexcept>
+#include <utility>
+
 namespace host {
 namespace {
 
@@ -14,7 +18,20 @@ sim::XcpEventConfig simulatedEvent(const EventRecord& event) {
     config.cycle = event.cycle;
     config.unit = event.unit;
     config.priority = event.priority;
+    config.maxLists = event.maxLists;
     return config;
+}
+
+std::vector<sim::XcpDaqListConfig> simulatedXcpLists(const EcuRecord& ecu) {
+    std::vector<sim::XcpDaqListConfig> lists;
+    for (const DaqListRecord& record : ecu.daq.lists) {
+        sim::XcpDaqListConfig list;
+        list.odts = std::max(record.odts, std::uint8_t{1});
+        list.fixedEvent = record.fixedEvent;
+        list.canId = record.id;
+        lists.push_back(std::move(list));
+    }
+    return lists;
 }
 
 sim::XcpDaqConfig simulatedXcpDaq(const EcuRecord& ecu) {
@@ -23,7 +40,18 @@ sim::XcpDaqConfig simulatedXcpDaq(const EcuRecord& ecu) {
     daq.maxEntrySize = ecu.daq.maxEntrySize;
     daq.maxOdts = ecu.daq.maxOdts;
     daq.maxEntries = ecu.daq.maxEntries;
+    daq.entryGranularity = ecu.daq.entryGranularity;
+    daq.counterSupported = ecu.daq.counter;
     daq.timestampSize = ecu.daq.timestampSize;
+    daq.timestampUnit = ecu.daq.timestampUnit;
+    daq.timestampTicks = ecu.daq.timestampTicks;
+    daq.timestampFixed = ecu.daq.timestampFixed;
+    daq.dynamic = ecu.daq.dynamic;
+    if (!daq.dynamic) {
+        daq.lists = simulatedXcpLists(ecu);
+    } else if (ecu.daq.maxLists > 0) {
+        daq.maxLists = ecu.daq.maxLists;
+    }
     for (const EventRecord& event : ecu.events) {
         daq.events.push_back(simulatedEvent(event));
     }
@@ -58,9 +86,19 @@ sim::MemoryAccess accessOf(const EcuRecord& ecu, const MemoryPart& part) {
 
 /// A segment that holds @p part alone.
 sim::MemorySegment simulatedSegment(const EcuRecord& ecu, const MemoryPart& part) {
-    sim::MemorySegment segment = sim::plainSegment(part.address, part.size, accessOf(ecu, part));
+    sim::MemorySegment segment =
+        sim::plainSegment(part.address, part.size, accessOf(ecu, part), ecu.segments[part.segment].extension);
     segment.pages.front().bytes = initialContent(part);
     return segment;
+}
+
+/// A simulated ECU numbers its segments and pages itself.
+void requirePageNumbers(const EcuRecord& ecu) {
+    const SegmentRecord* segment = ecu.firstSegment(SegmentKind::calibration);
+    if (segment != nullptr && (segment->number != 0 || segment->workingPage != kWorkingPage ||
+                               segment->referencePage != kReferencePage)) {
+        throw std::invalid_argument("a simulated ECU has segment 0 with working page 0 and reference page 1");
+    }
 }
 
 /// Both pages of a segment lie at one address.
@@ -110,7 +148,8 @@ void addCcpMemory(sim::CcpEcuConfig& config, const EcuRecord& ecu) {
     for (const MemoryPart& part : memoryParts(ecu)) {
         config.memory.push_back(simulatedSegment(ecu, part));
         if (part.kind == PartKind::workingPage || part.kind == PartKind::referencePage) {
-            config.calPages.push_back({.address = part.address});
+            config.calPages.push_back(
+                {.address = part.address, .extension = ecu.segments[part.segment].extension});
         }
     }
     config.flash = simulatedFlash(ecu);
@@ -137,17 +176,23 @@ std::vector<std::uint8_t> signalBytesAt(const SignalRecord& signal, std::uint64_
 }
 
 sim::XcpEcuConfig simulatedXcpEcu(const EcuRecord& ecu) {
+    requirePageNumbers(ecu);
     sim::XcpEcuConfig config;
     config.name = ecu.name;
     config.masterId = ecu.commandId;
     config.slaveId = ecu.responseId;
     config.extended = ecu.extended;
-    config.fd = config.brs = ecu.fd;
+    config.fd = ecu.fd;
+    config.brs = ecu.bitRateSwitch;
     config.responseDelay = kResponseDelayNs;
     config.byteOrder = ecu.byteOrder;
     config.maxCto = ecu.maxCto;
     config.maxDto = ecu.maxDto;
+    config.granularity = ecu.addressGranularity;
     config.slaveBlockMode = ecu.blockMode;
+    config.masterBlockMode = config.program.masterBlockMode = ecu.masterBlockMode;
+    config.maxBs = config.program.maxBs = ecu.maxBs;
+    config.minSt = config.program.minSt = ecu.minSt;
     config.resources = sim::xcp::kCalPag | sim::xcp::kDaq;
     config.program.flash = simulatedFlash(ecu);
     if (!config.program.flash.sectors.empty()) {

@@ -6,6 +6,11 @@
 
 #include <gmock/gmock.h>
 
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
 namespace {
 
 using host::SegmentKind;
@@ -115,6 +120,169 @@ TEST(EcuSetup, ResourcesAreNamedByProtocol) {
     EXPECT_EQ(host::resourceName(makeEcu(false), 0x10), "programming");
     EXPECT_EQ(host::resourceName(makeEcu(true), 0x02), "daq");
     EXPECT_EQ(host::resourceName(makeEcu(true), 0x40), "programming");
+}
+
+TEST(EcuSetup, GeneralTimeoutsStandWhereNoSingleOneDoes) {
+    host::EcuRecord ecu = makeEcu(false);
+    ecu.timeouts.longMs = 700;
+    ecu.timeouts.xcpMs = {0, 0, 5000, 0, 0, 0, 75};
+    ecu.timeouts.synchPeriodMs = 300;
+    const XcpCfg xcp = host::protoCfg(ecu, kBus).xcp;
+    EXPECT_THAT((std::vector<int>{xcp.t1, xcp.t2, xcp.t3, xcp.t4, xcp.t5, xcp.t6, xcp.t7}),
+                ElementsAre(40, 700, 5000, 700, 700, 40, 75));
+    EXPECT_EQ(xcp.synchPeriodMs, 300U);
+}
+
+TEST(EcuSetup, XcpEventsHaveNamesListsAndIdentifiers) {
+    host::EcuRecord ecu = makeEcu(false);
+    ecu.events[0].maxLists = 2;
+    ecu.events[0].ids = {0x710, 0x711};
+    const XcpCfg xcp = host::protoCfg(ecu, kBus).xcp;
+    const XcpEventCfg& event = xcp.events.at(0);
+    EXPECT_EQ(event.maxDaqList, 2);
+    EXPECT_EQ(std::string(event.name.begin(), event.name.begin() + event.nameLength), "fast");
+    EXPECT_THAT(xcp.eventCanIds.at(0), ElementsAre(0x710, 0x711));
+    EXPECT_EQ(xcp.maxEventChannel, 1);
+}
+
+TEST(EcuSetup, XcpDaqFactsAreThoseThatAnEcuWouldTell) {
+    host::EcuRecord ecu = makeEcu(false);
+    ecu.daq.idField = 2;
+    ecu.daq.timestampSize = 4;
+    ecu.daq.timestamps = ecu.daq.counter = true;
+    ecu.daq.timestampUnit = 6;
+    ecu.daq.timestampTicks = 9;
+    ecu.daq.maxLists = 12;
+    ecu.daq.maxEntrySize = 5;
+    ecu.daq.prescaler = 3;
+    ecu.daq.pollPeriodMs = 80;
+    const XcpCfg xcp = host::protoCfg(ecu, kBus).xcp;
+    EXPECT_EQ(xcp.daqKeyByte, 0x80);
+    EXPECT_EQ(xcp.timestampMode, 0x64);
+    EXPECT_EQ(xcp.timestampTicks, 9);
+    EXPECT_EQ(xcp.daqListMode, 0x18);
+    EXPECT_EQ(xcp.daqProperties, 0x13);
+    EXPECT_EQ(xcp.maxDaq, 12);
+    EXPECT_EQ(xcp.maxOdtEntrySizeDaq, 5);
+    EXPECT_EQ(xcp.daqListPrescaler, 3);
+    EXPECT_EQ(xcp.pollPeriodMs, 80);
+}
+
+TEST(EcuSetup, StaticListsOfXcpAreKnownByNumber) {
+    host::EcuRecord ecu = makeEcu(false);
+    ecu.daq.dynamic = false;
+    ecu.daq.lists = {{3, 4, 0x702, {}, 5, 0}, {0, 7, std::nullopt, {}}};
+    const XcpCfg xcp = host::protoCfg(ecu, kBus).xcp;
+    EXPECT_EQ(xcp.daqProperties & 1, 0);
+    EXPECT_EQ(xcp.daqListInfo.at(0).maxOdt, 3);
+    EXPECT_EQ(xcp.daqListInfo.at(0).maxOdtEntries, 5);
+    EXPECT_EQ(xcp.daqListInfo.at(0).firstPid, 4);
+    EXPECT_EQ(xcp.daqListInfo.at(0).fixedEvent, 0);
+    EXPECT_EQ(xcp.daqListInfo.at(1).fixedEvent, 255) << "none";
+    EXPECT_THAT(xcp.daqListCanIds, ElementsAre(std::pair(0U, 0x702U)));
+}
+
+TEST(EcuSetup, FramesAndBlocksAreAsConfigured) {
+    host::EcuRecord ecu = makeEcu(false);
+    ecu.fd = ecu.padFrames = ecu.acceptLimits = ecu.masterBlockMode = true;
+    ecu.padByte = 0x55;
+    ecu.maxBs = 9;
+    ecu.minSt = 2;
+    ecu.addressGranularity = 4;
+    const EcuProtoCfg cfg = host::protoCfg(ecu, kBus);
+    EXPECT_EQ(cfg.masterFd, 1);
+    EXPECT_EQ(cfg.masterBrs, 0);
+    EXPECT_EQ(cfg.padFrames, 1);
+    EXPECT_EQ(cfg.padByte, 0x55);
+    EXPECT_EQ(cfg.acceptSlaveLimits, 1);
+    EXPECT_EQ(cfg.xcp.useMasterBlockMode, 1);
+    EXPECT_EQ(cfg.xcp.commModeOptional, 1);
+    EXPECT_EQ(cfg.xcp.maxBs, 9);
+    EXPECT_EQ(cfg.xcp.minSt, 2);
+    EXPECT_EQ(cfg.xcp.addressGranularity, 4);
+}
+
+TEST(EcuSetup, BroadcastIsTheCommandIdentifierUnlessThereIsOne) {
+    host::EcuRecord ecu = makeEcu(false);
+    EXPECT_EQ(host::protoCfg(ecu, kBus).canIdBroadcast, 0x700U);
+    ecu.broadcastId = 0x7DF;
+    EXPECT_EQ(host::protoCfg(ecu, kBus).canIdBroadcast, 0x7DFU);
+}
+
+TEST(EcuSetup, UnlockedIsWhatTheMaskSays) {
+    for (const bool ccp : {false, true}) {
+        host::EcuRecord ecu = makeEcu(ccp);
+        EXPECT_EQ(host::protoCfg(ecu, kBus).ccp.unlockMask, 0xFF);
+        EXPECT_EQ(host::protoCfg(ecu, kBus).xcp.unlockMask, 0xFFFFFFFFU);
+        ecu.security.unlockMask = 0x02;
+        const EcuProtoCfg cfg = host::protoCfg(ecu, kBus);
+        EXPECT_EQ(ccp ? cfg.ccp.unlockMask : cfg.xcp.unlockMask, 0x02U);
+    }
+}
+
+TEST(EcuSetup, SegmentsHaveTheirExtensionNumbersAndChecksum) {
+    host::EcuRecord ecu = makeEcu(false);
+    ecu.segments[1].extension = 3;
+    ecu.segments[1].number = 2;
+    ecu.segments[1].workingPage = 1;
+    ecu.segments[1].referencePage = 4;
+    ecu.segments[1].checksum = 0;
+    ecu.segments[1].checksumBlock = 64;
+    const EcuProtoCfg cfg = host::protoCfg(ecu, kBus);
+    const mcMemoryInfo& segment = cfg.dataSegments.at(1);
+    EXPECT_EQ(segment.addressExtension, 3);
+    EXPECT_EQ(segment.segmentNumber, 2);
+    EXPECT_EQ(segment.pages.at(0).pageNumber, 1);
+    EXPECT_EQ(segment.pages.at(1).pageNumber, 4);
+    EXPECT_EQ(segment.checksumType, 0U);
+    EXPECT_EQ(segment.checksumBlockSize, 64U);
+    EXPECT_EQ(cfg.xcp.workingSegment, 2);
+    EXPECT_EQ(cfg.xcp.referenceSegment, 2);
+    EXPECT_EQ(cfg.xcp.workingPage, 1);
+    EXPECT_EQ(cfg.xcp.referencePage, 4);
+    EXPECT_EQ(cfg.dataSegments.at(0).checksumType, 2U) << "that of the ECU";
+}
+
+TEST(EcuSetup, ListsOfCcpCanBeLeftUnusedAndUnasked) {
+    host::EcuRecord ecu = makeEcu(true);
+    ecu.daq.firstList = 1;
+    ecu.daq.querySizes = false;
+    ecu.daq.prescaler = 5;
+    ecu.daq.pollPeriodMs = 60;
+    const CcpCfg ccp = host::protoCfg(ecu, kBus).ccp;
+    EXPECT_EQ(ccp.firstDaqList, 1);
+    EXPECT_EQ(ccp.queryDaqSizes, 0);
+    EXPECT_EQ(ccp.prescaler, 5);
+    EXPECT_EQ(ccp.pollPeriodMs, 60);
+}
+
+TEST(EcuSetup, VariableKeepsItsAddressExtension) {
+    host::VariableRecord variable;
+    variable.extension = 7;
+    EXPECT_EQ(host::measureVariable(variable).addressExtension, 7);
+}
+
+TEST(SimulatedEcu, StaticListsGranularityAndBlocksAreThoseOfTheConfiguration) {
+    host::EcuRecord ecu = makeEcu(false);
+    ecu.daq.dynamic = false;
+    ecu.daq.lists = {{3, 0, 0x702, {}}};
+    ecu.daq.entryGranularity = ecu.addressGranularity = 2;
+    ecu.masterBlockMode = true;
+    ecu.maxBs = 6;
+    const sim::XcpEcuConfig config = host::simulatedXcpEcu(ecu);
+    EXPECT_FALSE(config.daq.dynamic);
+    ASSERT_EQ(config.daq.lists.size(), 1U);
+    EXPECT_EQ(config.daq.lists[0].odts, 3);
+    EXPECT_EQ(config.daq.lists[0].canId, 0x702U);
+    EXPECT_EQ(config.granularity, 2);
+    EXPECT_TRUE(config.masterBlockMode);
+    EXPECT_EQ(config.maxBs, 6);
+}
+
+TEST(SimulatedEcu, OtherPageNumbersThanItsOwnAreRefused) {
+    host::EcuRecord ecu = makeEcu(false);
+    ecu.segments[1].number = 1;
+    EXPECT_THROW(static_cast<void>(host::simulatedXcpEcu(ecu)), std::invalid_argument);
 }
 
 TEST(SimulatedEcu, CcpEcuHasListsPagesAndFlashOfTheConfiguration) {
