@@ -1,11 +1,12 @@
 #include "host/HexCommand.h"
 
 #include "host/HexCompare.h"
+#include "host/HexContent.h"
 #include "host/HexCrop.h"
-#include "host/HostError.h"
 #include "host/HexFile.h"
 #include "host/HexPrint.h"
 #include "host/HexSave.h"
+#include "host/HostError.h"
 #include "host/Interrupt.h"
 
 #include <fmt/format.h>
@@ -34,45 +35,6 @@ ExitCode run(const char* command, const HexOptions& options, Work work) {
     }
     print.result(code, error);
     return print.broken() ? ExitCode::failed : code;
-}
-
-void expectBytes(const std::string& path, const std::list<mem_buf>& blocks) {
-    if (blocks.empty()) {
-        throw HostError(fmt::format("{}: holds no bytes", path));
-    }
-}
-
-/// @throws HostError that names the lowest address held twice
-void expectApart(const std::vector<HexFile>& files) {
-    const std::vector<HexOverlap> overlaps = overlapsOf(piecesOf(files));
-    if (overlaps.empty()) {
-        return;
-    }
-    const HexOverlap& lowest = overlaps.front();
-    const std::string& below = files[lowest.fileBelow].path;
-    const std::string where =
-        fmt::format("{} ({} to {})", addressText(lowest.range.first),
-                    countText(lengthOf(lowest.range), "byte"), addressText(lowest.range.last));
-    const char* const remedy = "talvex hex merge with --overlap first or last settles it";
-    if (lowest.fileBelow == lowest.fileAbove) {
-        throw HostError(fmt::format("{}: holds {} twice; {}", below, where, remedy));
-    }
-    throw HostError(
-        fmt::format("{} and {} both hold {}; {}", below, files[lowest.fileAbove].path, where, remedy));
-}
-
-/// What a file holds. @throws HostError also for a file that holds an address twice
-std::list<mem_buf> imageOf(const std::string& path) {
-    const std::vector<HexFile> file{loadHexFile(path)};
-    expectApart(file);
-    return joined(piecesOf(file));
-}
-
-/// The same. @throws HostError also for a file without bytes
-std::list<mem_buf> contentOf(const std::string& path) {
-    std::list<mem_buf> image = imageOf(path);
-    expectBytes(path, image);
-    return image;
 }
 
 void save(const std::list<mem_buf>& image, const std::string& path, HexPrint& print) {

@@ -1,0 +1,217 @@
+// `talvex upload` as a process, on ECUs that are simulated in it.
+
+#include "tests/host/MemoryTesting.h"
+
+#include <gmock/gmock.h>
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+namespace {
+
+using host_test::Json;
+using host_test::linesOf;
+using host_test::MemoryFolder;
+using host_test::objectsOf;
+using host_test::Outcome;
+using host_test::startContent;
+using ::testing::ElementsAre;
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+// Runs talvex with a terminal of 40 columns and gives what it shows there; its exit code goes into code.
+std::string shownOnATerminal(const std::vector<std::string>& arguments, int& code) {
+    winsize size{};
+    size.ws_col = 40;
+    size.ws_row = 10;
+    int terminal = -1;
+    const pid_t process = forkpty(&terminal, nullptr, nullptr, &size);
+    if (process == 0) {
+        std::vector<char*> pointers{const_cast<char*>(TALVEX_PROGRAM)};
+        for (const std::string& argument : arguments) {
+            pointers.push_back(const_cast<char*>(argument.c_str()));
+        }
+        pointers.push_back(nullptr);
+        execv(TALVEX_PROGRAM, pointers.data());
+        _exit(127);
+    }
+    std::string shown;
+    std::array<char, 4096> part{};
+    for (ssize_t count = read(terminal, part.data(), part.size()); count > 0;
+         count = read(terminal, part.data(), part.size())) {
+        shown.append(part.data(), static_cast<std::size_t>(count));
+    }
+    int status = 0;
+    waitpid(process, &status, 0);
+    close(terminal);
+    code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return shown;
+}
+
+// What stood on the line while the bar was shown.
+std::vector<std::string> barsOf(const std::string& shown) {
+    const std::string empty = "\r\033[K";
+    std::vector<std::string> bars;
+    for (std::size_t at = shown.find(empty); at != std::string::npos; at = shown.find(empty, at + 1)) {
+        const std::size_t begin = at + empty.size();
+        const std::string bar = shown.substr(begin, shown.find_first_of("\r\n", begin) - begin);
+        if (bar.find(" %") != std::string::npos) {
+            bars.push_back(bar);
+        }
+    }
+    return bars;
+}
+
+TEST(Upload, WorkingPageOfAnXcpEcuIsWhatSrecCatReadsInTheFile) {
+    NEEDS_TOOL("srec_cat");
+    const MemoryFolder folder;
+    const Outcome outcome = folder.talvex("upload", "engine", {"page.hex"});
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_EQ(outcome.out,
+              "engine: to page.hex\n"
+              "  read     0x20008000-0x200087ff        2048 bytes  working page\n");
+    EXPECT_THAT(outcome.err, HasSubstr("talvex: engine: read 3072 bytes in "));
+    EXPECT_THAT(outcome.err, EndsWith("talvex: engine: page.hex, 1 block, 2048 bytes\n"));
+    EXPECT_TRUE(folder.bytesOf("page.hex", "-intel", "0x20008000", "0x20008800") ==
+                startContent(0x20008001, 2048));
+}
+
+TEST(Upload, ReferencePageOfAnXcpEcuIsAnotherOneAtTheSameAddress) {
+    NEEDS_TOOL("srec_cat");
+    const MemoryFolder folder;
+    const Outcome outcome = folder.talvex("upload", "engine", {"page.s19", "--segment", "reference"});
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_TRUE(folder.bytesOf("page.s19", "-motorola", "0x20008000", "0x20008800") ==
+                startContent(0x20008002, 2048));
+}
+
+TEST(Upload, BothPagesOfACcpEcuGoIntoOneFile) {
+    NEEDS_TOOL("srec_cat");
+    const MemoryFolder folder;
+    const Outcome outcome =
+        folder.talvex("upload", "gearbox", {"pages.mot", "--segment", "working,reference"});
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_TRUE(folder.bytesOf("pages.mot", "-motorola", "0x30004000", "0x30004400") ==
+                startContent(0x30004001, 1024));
+    EXPECT_TRUE(folder.bytesOf("pages.mot", "-motorola", "0xA0000", "0xA0400") ==
+                startContent(0xA0002, 1024));
+}
+
+TEST(Upload, FlashOfACcpEcuIsWhatObjcopyReadsInTheFile) {
+    NEEDS_TOOL("objcopy");
+    const MemoryFolder folder;
+    const Outcome outcome = folder.talvex("upload", "gearbox", {"code.s19", "--segment", "code"});
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+    folder.run("objcopy -I srec -O binary code.s19 code.bin");
+    EXPECT_TRUE(folder.text("code.bin") == startContent(0xC0003, 0x4000));
+}
+
+TEST(Upload, BothPagesOfAnXcpEcuDoNotFitIntoOneFile) {
+    const MemoryFolder folder;
+    const Outcome outcome = folder.talvex("upload", "engine", {"p.hex", "--segment", "working,reference"});
+    EXPECT_EQ(outcome.code, 2);
+    EXPECT_EQ(outcome.err,
+              "talvex: --segment: the pages of engine lie at the same addresses; take working and reference "
+              "one after the other\n");
+}
+
+TEST(Upload, PlanAloneReadsNothingAndWritesNothing) {
+    const MemoryFolder folder;
+    const Outcome outcome =
+        folder.talvex("upload", "engine", {"all.hex", "--segment", "ram,code", "--dry-run"});
+    EXPECT_EQ(outcome.code, 0);
+    EXPECT_EQ(outcome.out,
+              "engine: to all.hex\n"
+              "  read     0x20000000-0x200003ff        1024 bytes  RAM\n"
+              "  read     0x00080000-0x00083fff       16384 bytes  flash\n");
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_THAT(folder.names(), ElementsAre("ecus.toml"));
+}
+
+TEST(Upload, JsonTellsThePlanWhatItTookAndTheResult) {
+    const MemoryFolder folder;
+    const Outcome outcome = folder.talvex("upload", "gearbox", {"page.hex", "--json"});
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+    std::vector<Json> objects = objectsOf(outcome.out);
+    ASSERT_EQ(objects.size(), 3U);
+    EXPECT_EQ(objects[0], Json::parse(R"({"schema":1,"type":"plan","ecu":"gearbox","address":805322752,
+        "last":805323775,"length":1024,"segment":"working page","action":"read"})"));
+    EXPECT_GT(objects[1].at("seconds"), 0.0);
+    objects[1].erase("seconds");
+    EXPECT_EQ(objects[1], Json::parse(R"({"schema":1,"type":"transfer","ecu":"gearbox","action":"read",
+        "bytes":2560})"));
+    EXPECT_EQ(objects[2], Json::parse(R"({"schema":1,"type":"result","command":"upload","code":0,
+        "error":null})"));
+}
+
+TEST(Upload, WithoutATerminalProgressIsALineForEachTenPercentAndNoBar) {
+    const MemoryFolder folder;
+    const Outcome outcome = folder.talvex("upload", "gearbox", {"code.hex", "--segment", "code"});
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_THAT(outcome.err, HasSubstr("gearbox: upload: 100 %, "));
+    EXPECT_THAT(outcome.err, Not(HasSubstr("\r")));
+    EXPECT_LE(linesOf(outcome.err).size(), 12U);
+}
+
+TEST(Upload, BarFitsATerminalOf40Columns) {
+    const MemoryFolder folder;
+    int code = -1;
+    const std::string shown = shownOnATerminal(
+        folder.commandLine("upload", "gearbox", {folder.path("code.hex"), "--segment", "code"}), code);
+    EXPECT_EQ(code, 0) << shown;
+    const std::vector<std::string> bars = barsOf(shown);
+    ASSERT_FALSE(bars.empty()) << shown;
+    for (const std::string& bar : bars) {
+        EXPECT_LT(bar.size(), 40U) << bar;
+        EXPECT_THAT(bar, HasSubstr("["));
+    }
+}
+
+TEST(Upload, NameWithoutAKnownEndingIsAWrongUsage) {
+    const MemoryFolder folder;
+    const Outcome outcome = folder.talvex("upload", "engine", {"page.bin"});
+    EXPECT_EQ(outcome.code, 2);
+    EXPECT_THAT(outcome.err, HasSubstr("talvex: page.bin: the ending of the name tells the format"));
+}
+
+TEST(Upload, FolderThatIsNotThereIsToldBeforeAnythingIsRead) {
+    const MemoryFolder folder;
+    const Outcome outcome = folder.talvex("upload", "engine", {"no/page.hex"});
+    EXPECT_EQ(outcome.code, 1);
+    EXPECT_EQ(outcome.err,
+              "talvex: no/page.hex: cannot be written: no is no folder that files can be made in\n");
+}
+
+TEST(Upload, FullDiskLeavesTheOldFile) {
+    const MemoryFolder folder;
+    folder.file("page.hex", "old");
+    // Files of at most 1024 bytes; the image needs more.
+    const std::string command = "ulimit -f 2; cd '" + folder.path("") + "' && '" + TALVEX_PROGRAM +
+                                "' upload -c ecus.toml -e gearbox page.hex >/dev/null 2>&1";
+    EXPECT_EQ(WEXITSTATUS(std::system(command.c_str())), 1);
+    EXPECT_EQ(folder.text("page.hex"), "old");
+    EXPECT_THAT(folder.names(), ElementsAre("ecus.toml", "page.hex"));
+}
+
+TEST(Upload, EcuWithoutPagesHasNoWorkingPage) {
+    const MemoryFolder folder;
+    const Outcome outcome = folder.talvex("upload", "chassis", {"p.hex", "--segment", "working"});
+    EXPECT_EQ(outcome.code, 3);
+    EXPECT_EQ(outcome.err,
+              "talvex: chassis: the configuration gives it no working page; look at `segment`\n");
+}
+
+TEST(Upload, UnknownEcuIsAWrongUsageThatNamesTheKnownOnes) {
+    const MemoryFolder folder;
+    const Outcome outcome = folder.talvex("upload", "nobody", {"p.hex"});
+    EXPECT_EQ(outcome.code, 2);
+    EXPECT_THAT(outcome.err, HasSubstr("has no ECU \"nobody\"; it has engine, chassis, gearbox"));
+}
+
+}  // namespace
