@@ -71,13 +71,14 @@ IdPair parseIdPair(Protocol protocol, const std::string& text) {
     return *pair;
 }
 
+IdPair idPair(const EcuRecord& ecu) {
+    return {ecu.ccp ? Protocol::ccp : Protocol::xcp, ecu.commandId, ecu.responseId, ecu.extended,
+            ecu.byteOrder == sim::ByteOrder::motorola};
+}
+
 std::vector<IdPair> idPairs(const Config& config) {
     std::vector<IdPair> pairs;
-    std::transform(config.ecus.begin(), config.ecus.end(), std::back_inserter(pairs),
-                   [](const EcuRecord& ecu) {
-                       return IdPair{ecu.ccp ? Protocol::ccp : Protocol::xcp, ecu.commandId, ecu.responseId,
-                                     ecu.extended, ecu.byteOrder == sim::ByteOrder::motorola};
-                   });
+    std::transform(config.ecus.begin(), config.ecus.end(), std::back_inserter(pairs), idPair);
     return pairs;
 }
 

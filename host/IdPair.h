@@ -34,6 +34,9 @@ public:
 /// @throws IdPairError
 [[nodiscard]] IdPair parseIdPair(Protocol protocol, const std::string& text);
 
+/// The pair of an ECU of a configuration.
+[[nodiscard]] IdPair idPair(const EcuRecord& ecu);
+
 /// The pair of each ECU of a configuration.
 [[nodiscard]] std::vector<IdPair> idPairs(const Config& config);
 

@@ -4,6 +4,13 @@
 #include "host/DemoCommand.h"
 #include "host/ExitCode.h"
 #include "host/HexCommandLine.h"
+#include "host/InfoCommandLine.h"
+#include "host/MeasureCommandLine.h"
+#include "host/MemoryCommandLine.h"
+#include "host/PageCommandLine.h"
+#include "host/PlanCommandLine.h"
+#include "host/ReadWriteCommandLine.h"
+#include "host/SimCommandLine.h"
 
 #include <CLI/CLI.hpp>
 
@@ -58,9 +65,31 @@ ExitCode run(int argc, char** argv) {
     std::function<ExitCode()> chosen;
     host::DecodeOptions decodeOptions;
     host::HexOptions hexOptions;
+    host::PlanOptions planOptions;
+    host::MemoryOptions uploadOptions;
+    host::MemoryOptions flashOptions;
+    host::MemoryOptions eraseOptions;
+    host::MemoryOptions checkOptions;
+    host::SimOptions simOptions;
+    host::MeasureOptions measureOptions;
+    host::InfoOptions infoOptions;
+    host::ReadOptions readOptions;
+    host::WriteOptions writeOptions;
+    host::PageOptions pageOptions;
     addDemo(app, demoOptions, chosen);
+    host::addInfo(app, infoOptions, chosen);
+    host::addMeasure(app, measureOptions, chosen);
+    host::addRead(app, readOptions, chosen);
+    host::addWrite(app, writeOptions, chosen);
+    host::addPage(app, pageOptions, chosen);
+    host::addUpload(app, uploadOptions, chosen);
+    host::addFlash(app, flashOptions, chosen);
+    host::addErase(app, eraseOptions, chosen);
+    host::addCheck(app, checkOptions, chosen);
     addDecode(app, decodeOptions, chosen);
     host::addHex(app, hexOptions, chosen);
+    host::addPlan(app, planOptions, chosen);
+    host::addSim(app, simOptions, chosen);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

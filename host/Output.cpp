@@ -1,5 +1,6 @@
 #include "host/Output.h"
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -46,6 +47,13 @@ void Output::passing(std::string_view text) {
         write(kEmptyLine + std::string(text));
         m_passing = true;
     }
+}
+
+std::size_t Output::columns() const {
+    constexpr std::size_t kUsual = 80;
+    winsize size{};
+    const bool known = ioctl(fileno(m_stream), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return known ? size.ws_col : kUsual;
 }
 
 void Output::write(const std::string& whole) {

@@ -2,6 +2,7 @@
 /// Lines for a person, with colours where they make sense.
 #pragma once
 
+#include <cstddef>
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -24,6 +25,11 @@ public:
 
     /// @p text in @p colour, or as it is.
     [[nodiscard]] std::string paint(Colour colour, std::string_view text) const;
+
+    [[nodiscard]] bool isTerminal() const { return m_terminal; }
+
+    /// Width of the terminal in characters, as it is now; 80 where it is not known.
+    [[nodiscard]] std::size_t columns() const;
 
     /// A line could not be written: there is nobody left to read.
     [[nodiscard]] bool broken() const { return m_broken; }

@@ -64,9 +64,10 @@ struct SessionCallbacks {
         with([&](Session& session) { session.onPlan(*cfg, *plan); });
     }
 
+    template <bool ccp>
     static SeedKeyFun seedLibrary(const char* path, const char*) {
         SeedKeyFun function;
-        with([&](Session& session) { function = session.m_handlers.loadSeedKey(path); });
+        with([&](Session& session) { function = session.m_handlers.loadSeedKey(path, ccp); });
         return function;
     }
 
@@ -99,8 +100,8 @@ Session::Session(SessionHandlers handlers) : m_handlers(std::move(handlers)) {
     callbacks.taskResultFun = &SessionCallbacks::result;
     callbacks.daqInfoFun = &SessionCallbacks::plan;
     callbacks.memResultFun = &SessionCallbacks::memory;
-    callbacks.xcpSeedLibFun = &SessionCallbacks::seedLibrary;
-    callbacks.ccpSeedLibFun = &SessionCallbacks::seedLibrary;
+    callbacks.xcpSeedLibFun = &SessionCallbacks::seedLibrary<false>;
+    callbacks.ccpSeedLibFun = &SessionCallbacks::seedLibrary<true>;
     setLogBackFuns(&SessionCallbacks::log);
     setCallBackFuns(callbacks);
 }
@@ -196,6 +197,9 @@ void Session::onMemory(MemoryResult result) {
 }
 
 void Session::onPlan(const EcuProtoCfg& cfg, const DaqFinishedNames& plan) {
+    if (m_handlers.plan) {
+        m_handlers.plan(cfg);
+    }
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_plans[cfg.ecuName] = plan;
 }
@@ -212,6 +216,9 @@ void Session::onDecoded(const std::string& title) {
 }
 
 void Session::onLog(std::uint32_t level, const std::string& text) {
+    if (m_handlers.log) {
+        m_handlers.log(level, text);
+    }
     if (level < kWarning) {
         return;
     }

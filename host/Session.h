@@ -95,7 +95,13 @@ struct LogLine {
 struct SessionHandlers {
     std::function<void(const OutgoingFrame&)> send;
     std::function<void(const ValueDelivery&)> values;
-    std::function<SeedKeyFun(const std::string& path)> loadSeedKey;
+    std::function<SeedKeyFun(const std::string& path, bool ccp)> loadSeedKey;
+
+    /// Each line of the library's log; may be empty. Any thread of the library, several at a time.
+    std::function<void(std::uint32_t level, const std::string& text)> log;
+
+    /// The live configuration of an ECU whose measurement has been planned and not started; may be empty.
+    std::function<void(const EcuProtoCfg& cfg)> plan;
 };
 
 /// The library has one engine per process and calls plain functions that carry no context, so only one

@@ -44,7 +44,7 @@ std::size_t characters(const std::string& line) {
 std::string patientExample() {
     const std::regex timeouts("command_ms = [0-9]+,(.*) retries = [0-9]+,");
     return std::regex_replace(projectFile("examples/demo.toml"), timeouts,
-                              "command_ms = 4000,$1 retries = 0,");
+                              "command_ms = 3000,$1 retries = 0,");
 }
 
 // The example without flash, which takes most of the time.

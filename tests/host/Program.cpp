@@ -27,18 +27,19 @@ namespace {
 
 }  // namespace
 
-Program::Program(const std::vector<std::string>& arguments) {
+Program::Program(const std::vector<std::string>& arguments, Streams streams) {
     std::array<int, 2> ends{};
     if (pipe(ends.data()) != 0) {
         throw std::runtime_error("no pipe");
     }
+    m_errorFile = streams == Streams::apart ? std::tmpfile() : nullptr;
     m_process = fork();
     if (m_process < 0) {
         throw std::runtime_error("no process");
     }
     if (m_process == 0) {
         dup2(ends[1], STDOUT_FILENO);
-        dup2(ends[1], STDERR_FILENO);
+        dup2(m_errorFile != nullptr ? fileno(m_errorFile) : ends[1], STDERR_FILENO);
         close(ends[0]);
         close(ends[1]);
         become(arguments);
@@ -49,6 +50,9 @@ Program::Program(const std::vector<std::string>& arguments) {
 
 Program::~Program() {
     closeOutput();
+    if (m_errorFile != nullptr) {
+        std::fclose(m_errorFile);
+    }
     if (m_process > 0) {
         kill(m_process, SIGKILL);
         waitpid(m_process, nullptr, 0);
@@ -93,7 +97,20 @@ int Program::wait() {
     int status = 0;
     waitpid(m_process, &status, 0);
     m_process = -1;
+    readErrors();
     return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
+void Program::readErrors() {
+    if (m_errorFile == nullptr) {
+        return;
+    }
+    std::rewind(m_errorFile);
+    std::array<char, 4096> part{};
+    for (std::size_t count = 1; count > 0;) {
+        count = std::fread(part.data(), 1, part.size(), m_errorFile);
+        m_errors.append(part.data(), count);
+    }
 }
 
 TempFile::TempFile(const std::string& content) {

@@ -3,15 +3,19 @@
 
 #include <sys/types.h>
 
+#include <cstdio>
 #include <string>
 #include <vector>
 
 namespace host_test {
 
-// Runs TALVEX_PROGRAM with standard output and standard error in one pipe.
+// Where standard error goes: to the output, or apart from it.
+enum class Streams { together, apart };
+
+// Runs TALVEX_PROGRAM.
 class Program {
 public:
-    explicit Program(const std::vector<std::string>& arguments);
+    explicit Program(const std::vector<std::string>& arguments, Streams streams = Streams::together);
     ~Program();
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
@@ -25,14 +29,21 @@ public:
     // Reads the rest and waits. Gives the exit code, or minus the number of the signal that ended it.
     int wait();
 
+    // Standard output so far, and standard error where both go together.
     const std::string& output() const { return m_output; }
+
+    // Standard error, once the process has ended; empty where both go together.
+    const std::string& errors() const { return m_errors; }
 
 private:
     bool readMore();
+    void readErrors();
 
     pid_t m_process = -1;
     int m_pipe = -1;
+    std::FILE* m_errorFile = nullptr;
     std::string m_output;
+    std::string m_errors;
 };
 
 // A file in the temporary folder that goes with the object.
