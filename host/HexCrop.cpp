@@ -125,7 +125,7 @@ std::list<mem_buf> filled(const std::list<mem_buf>& image, const std::vector<Hex
                         [](std::uint64_t sum, const HexRange& range) { return sum + lengthOf(range); });
     if (size > kMostFilled) {
         throw HostError(fmt::format("--fill would make {} bytes and makes at most {}: give smaller ranges",
-                                   size, kMostFilled));
+                                    size, kMostFilled));
     }
     std::list<mem_buf> filling;
     for (const HexRange& range : ranges) {

@@ -43,10 +43,11 @@ HexFormat hexFormatOf(const std::string& path) {
                path.compare(path.size() - ending.text.size(), std::string::npos, ending.text) == 0;
     });
     if (found == kEndings.end()) {
-        throw HostError(fmt::format("{}: the ending of the name tells the format: .hex is Intel HEX, .s19 and "
-                                   ".mot are S-records, all in lower case",
-                                   path),
-                       ExitCode::usage);
+        throw HostError(
+            fmt::format("{}: the ending of the name tells the format: .hex is Intel HEX, .s19 and "
+                        ".mot are S-records, all in lower case",
+                        path),
+            ExitCode::usage);
     }
     return found->format;
 }
@@ -64,7 +65,7 @@ HexFile loadHexFile(const std::string& path) {
     for (const mem_buf& block : file.blocks) {
         if (endOf(block) > kAddressSpace) {
             throw HostError(fmt::format("{}: the block at 0x{:08x} has {} bytes and ends behind 0xffffffff",
-                                       path, block.address, block.data.size()));
+                                        path, block.address, block.data.size()));
         }
     }
     return file;

@@ -1,7 +1,7 @@
 #include "host/HexSave.h"
 
-#include "host/HostError.h"
 #include "host/HexFile.h"
+#include "host/HostError.h"
 #include "host/Interrupt.h"
 
 #include <fcntl.h>

@@ -22,7 +22,8 @@ logged() {
     if "$@" >"$log" 2>&1; then
         return 0
     fi
-    printf 'dev: failed: %s\ndev: the end of %s:\n' "$*" "$log" >&2
+    local command=$*
+    printf 'dev: failed: %.200s\ndev: the end of %s:\n' "$command" "$log" >&2
     tail -n 60 -- "$log" >&2
     return 1
 }

@@ -54,13 +54,13 @@ make_guest() {
         >"$SOCKETCAN/root.cpio.gz"
 }
 
-# copy_program <program> <root>: with the shared libraries that it loads, each where it is looked for.
+# copy_program <program> <guest>: with the shared libraries that it loads, each where it is looked for.
 copy_program() {
-    local program=$1 root=$2 library
-    cp -- "$program" "$root/bin/"
+    local program=$1 guest=$2 library
+    cp -- "$program" "$guest/bin/"
     ldd "$program" | grep -oE '/[^ ]+' | while IFS= read -r library; do
-        mkdir -p -- "$root$(dirname -- "$library")"
-        cp -L -- "$library" "$root$library"
+        mkdir -p -- "$guest$(dirname -- "$library")"
+        cp -L -- "$library" "$guest$library"
     done
 }
 

@@ -18,11 +18,24 @@ commands() {
     awk '/^```sh$/ { inside = 1; next } /^```$/ { inside = 0 } inside' "$source_folder/docs/guide.md"
 }
 
+# Until the server that runs in the background can be reached; a reader types slower than it starts.
+await_server() {
+    local left=600
+    until (exec 3<>/dev/tcp/127.0.0.1/29536) 2>/dev/null; do
+        left=$((left - 1))
+        ((left > 0)) || { echo 'guide: nobody listens on port 29536' >&2; exit 1; }
+        sleep 0.1
+    done
+}
+
 # expect <code> <command>: runs it in this shell and compares its exit code.
 expect() {
     local wanted=$1 code=0
     printf '$ %s\n' "$2"
     eval "$2" || code=$?
+    if [[ $2 == *'&' ]]; then
+        await_server
+    fi
     if [[ $code -ne $wanted ]]; then
         printf 'guide: exit code %s instead of %s: %s\n' "$code" "$wanted" "$2" >&2
         exit 1

@@ -2,8 +2,8 @@
 
 #include "host/HexCompare.h"
 #include "host/HexCrop.h"
-#include "host/HostError.h"
 #include "host/HexImage.h"
+#include "host/HostError.h"
 
 #include <gtest/gtest.h>
 
@@ -17,9 +17,9 @@
 namespace {
 
 using host::HexDifferenceKind;
-using host::HostError;
 using host::HexFile;
 using host::HexRange;
+using host::HostError;
 
 using Blocks = std::list<mem_buf>;
 // Address and bytes.

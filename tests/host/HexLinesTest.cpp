@@ -1,7 +1,7 @@
 // What is refused in an image file, by its message. Checksums are worked by hand.
 
-#include "host/HostError.h"
 #include "host/HexFile.h"
+#include "host/HostError.h"
 #include "tests/host/HexTesting.h"
 
 #include <gtest/gtest.h>
