@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <array>
-#include <string_view>
 
 namespace host {
 namespace {
@@ -17,14 +16,20 @@ constexpr std::uint8_t kXcpAnswers = 0xFE;  ///< first bytes of an XCP answer: t
 constexpr std::uint8_t kCcpAnswer = 0xFF;
 
 /// Commands that the library sends beside an operation on memory.
-constexpr std::array<std::string_view, 5> kBeside{"GET_STATUS", "GET_S_STATUS", "SELECT_CAL_PAGE",
-                                                  "SET_CAL_PAGE", "SYNCH"};
+constexpr std::array<std::string_view, 5> kBesideMemory{"GET_STATUS", "GET_S_STATUS", "SELECT_CAL_PAGE",
+                                                        "SET_CAL_PAGE", "SYNCH"};
+
+/// Commands without which a measurement starts all the same: what the ECU does not tell stays as configured,
+/// what a list does not take is polled. The others are those of polling and of the session.
+constexpr std::array<std::string_view, 11> kBesideStart{
+    "GET_STATUS",   "GET_S_STATUS",  "SYNCH",     "GET_DAQ_EVENT_INFO",
+    "GET_DAQ_SIZE", "GET_DAQ_CLOCK", "WRITE_DAQ", "SHORT_UPLOAD",
+    "SHORT_UP",     "SET_MTA",       "UPLOAD"};
 
 /// Commands that go on with a block: the one ahead of them gets no answer of its own.
 constexpr std::array<std::string_view, 2> kNext{"DOWNLOAD_NEXT", "PROGRAM_NEXT"};
 
-template <std::size_t Count>
-bool isAmong(const std::array<std::string_view, Count>& names, const std::string& name) {
+bool isAmong(std::span<const std::string_view> names, const std::string& name) {
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 
@@ -42,7 +47,7 @@ bool concerns(const IdPair& pair, const BusFrame& bus) {
 }  // namespace
 
 AnswerWatch::Station::Station(const EcuRecord& record, std::size_t number)
-    : ecu(number), bus(record.bus), pair(idPair(record)), decoder({pair}) {}
+    : ecu(number), bus(record.bus), pair(idPair(record)), decoder({pair}), beside(kBesideMemory) {}
 
 AnswerWatch::AnswerWatch(const Config& config, const std::vector<std::size_t>& ecus) {
     m_stations.reserve(ecus.size());
@@ -75,7 +80,7 @@ void AnswerWatch::follow(Station& station, const BusFrame& frame) {
 
 void AnswerWatch::followCommand(Station& station, const std::string& command) {
     const bool silent = !station.pending.empty() && station.pending != command && !isAmong(kNext, command) &&
-                        !isAmong(kBeside, station.pending);
+                        !isAmong(station.beside, station.pending);
     if (silent) {
         station.doubt = Doubt{station.pending, silence(station)};
     }
@@ -95,12 +100,20 @@ void AnswerWatch::followAnswer(Station& station, const DecodedFrame& answer) {
     station.refused = answer.command;
     station.error = answer.status;
     station.errorText = answer.statusText;
-    if (!answer.command.empty() && !isAmong(kBeside, answer.command)) {
+    if (!answer.command.empty() && !isAmong(station.beside, answer.command)) {
         station.doubt = Doubt{answer.command, refusal(station)};
     }
 }
 
 void AnswerWatch::begin(std::size_t ecu) {
+    begin(ecu, kBesideMemory);
+}
+
+void AnswerWatch::beginStart(std::size_t ecu) {
+    begin(ecu, kBesideStart);
+}
+
+void AnswerWatch::begin(std::size_t ecu, std::span<const std::string_view> beside) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     for (Station& station : m_stations) {
         if (station.ecu == ecu) {
@@ -109,6 +122,7 @@ void AnswerWatch::begin(std::size_t ecu) {
             station.error.reset();
             station.doubt.reset();
             station.first = {};
+            station.beside = beside;
         }
     }
 }
@@ -137,7 +151,7 @@ AnswerVerdict AnswerWatch::memoryVerdict(std::size_t ecu) const {
     if (station == nullptr || !station->first.text.empty()) {
         return station == nullptr ? AnswerVerdict{} : station->first;
     }
-    if (!station->pending.empty() && !isAmong(kBeside, station->pending)) {
+    if (!station->pending.empty() && !isAmong(station->beside, station->pending)) {
         return silence(*station);
     }
     return station->doubt ? station->doubt->verdict : AnswerVerdict{};

@@ -11,7 +11,9 @@
 #include <cstdint>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace host {
@@ -33,6 +35,10 @@ public:
 
     /// Forgets what the ECU answered so far: an operation begins.
     void begin(std::size_t ecu);
+
+    /// As `begin`, for the start of a measurement: commands that it can do without do not count for
+    /// `memoryVerdict`, nor does polling, which goes on at once.
+    void beginStart(std::size_t ecu);
 
     /// What went wrong with that ECU since `begin`: a command without an answer, else the last error.
     [[nodiscard]] AnswerVerdict verdict(std::size_t ecu) const;
@@ -61,9 +67,12 @@ private:
         std::string refused;                ///< name of the last command that got an error
         std::optional<std::uint8_t> error;  ///< code of that error
         std::string errorText;
-        std::optional<Doubt> doubt;  ///< about the last command
-        AnswerVerdict first;         ///< the first doubt that no repeat removed
+        std::optional<Doubt> doubt;                ///< about the last command
+        AnswerVerdict first;                       ///< the first doubt that no repeat removed
+        std::span<const std::string_view> beside;  ///< commands that do not count for the operation
     };
+
+    void begin(std::size_t ecu, std::span<const std::string_view> beside);
 
     static void followCommand(Station& station, const std::string& command);
     static void followAnswer(Station& station, const DecodedFrame& answer);

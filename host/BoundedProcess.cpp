@@ -148,32 +148,42 @@ public:
         : m_process(process), m_output{std::move(output), {}}, m_error{std::move(error), {}} {}
 
     [[nodiscard]] ProcessOutcome await(const ProcessBounds& bounds) {
-        const ProcessEnd end = follow(bounds);
-        // It has not been waited for yet, so its number, which is that of the group too, still is its own.
-        kill(-m_process, SIGKILL);
         ProcessOutcome outcome;
-        outcome.end = end;
-        reap(outcome);
+        outcome.end = follow(bounds);
+        if (outcome.end != ProcessEnd::unknown) {
+            // It has not been waited for yet, so its number, which is that of the group too, still is its
+            // own.
+            kill(-m_process, SIGKILL);
+            reap(outcome);
+        }
         outcome.output = std::move(m_output.text);
         outcome.error = std::move(m_error.text);
         return outcome;
     }
 
 private:
+    enum class State { runs, over, lost };
+
     [[nodiscard]] ProcessEnd follow(const ProcessBounds& bounds) {
         const Clock::time_point deadline = Clock::now() + bounds.time;
         for (;;) {
-            const bool over = isOver();  // ahead of the last look at what it printed
+            const State state = look();  // ahead of the last look at what it printed
             const bool outputFits = m_output.take(bounds.output);
+            if (state == State::lost) {
+                return ProcessEnd::unknown;
+            }
             if (!m_error.take(bounds.output) || !outputFits) {
                 return ProcessEnd::tooMuch;
             }
-            if (over) {
+            if (state == State::over) {
                 return ProcessEnd::exited;
             }
             const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
             if (left <= milliseconds::zero()) {
                 return ProcessEnd::timeOut;
+            }
+            if (bounds.stop && bounds.stop()) {
+                return ProcessEnd::stopped;
             }
             wait(left);
         }
@@ -187,11 +197,13 @@ private:
              static_cast<int>(std::min(left, silent ? kShortSlice : kSlice).count()));
     }
 
-    /// Whether it has ended; it stays to be waited for.
-    [[nodiscard]] bool isOver() const {
+    /// Whether it has ended; it stays to be waited for, unless the system does not keep it for that.
+    [[nodiscard]] State look() const {
         siginfo_t facts{};
-        const int result = waitid(P_PID, static_cast<id_t>(m_process), &facts, WEXITED | WNOHANG | WNOWAIT);
-        return (result == 0 && facts.si_pid == m_process) || (result != 0 && errno == ECHILD);
+        if (waitid(P_PID, static_cast<id_t>(m_process), &facts, WEXITED | WNOHANG | WNOWAIT) != 0) {
+            return errno == ECHILD ? State::lost : State::runs;
+        }
+        return facts.si_pid == m_process ? State::over : State::runs;
     }
 
     void reap(ProcessOutcome& outcome) const {

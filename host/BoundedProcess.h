@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,7 @@ namespace host {
 struct ProcessBounds {
     std::chrono::milliseconds time{2'000};  ///< real time until it is killed
     std::size_t output = 0x20000;           ///< bytes of each of the two streams
+    std::function<bool()> stop{};           ///< asked now and then: true ends it. Empty: never
 };
 
 /// How a program ended.
@@ -21,12 +23,15 @@ enum class ProcessEnd {
     signalled,   ///< by a signal; `code` is its number
     timeOut,     ///< killed: its time was over
     tooMuch,     ///< killed: it printed more than it may
+    stopped,     ///< killed: `stop` wanted that
+    unknown,     ///< somehow: this process ignores SIGCHLD, or something else in it took the news
     notStarted,  ///< not at all; `code` is the system's error number
 };
 
+/// What came of a program.
 struct ProcessOutcome {
     ProcessEnd end = ProcessEnd::notStarted;
-    int code = 0;
+    int code = 0;        ///< as `end` says; else 0
     std::string output;  ///< standard output
     std::string error;   ///< standard error
 };

@@ -74,9 +74,10 @@ BusSet::BusSet(const Config& config, const std::vector<std::size_t>& ecus, Candu
     std::set<std::size_t> used;
     std::transform(ecus.begin(), ecus.end(), std::inserter(used, used.end()),
                    [&config](std::size_t ecu) { return config.ecus[ecu].bus; });
+    const BusScope scope = trace != nullptr ? BusScope::everything : BusScope::ecus;
     for (const std::size_t bus : used) {
         const BusRecord& record = config.buses[bus];
-        m_buses.emplace(record.channel, openBus(record.url, config, bus,
+        m_buses.emplace(record.channel, openBus(record.url, config, bus, scope,
                                                 [this, bus](const BusFrame& frame) { take(bus, frame); }));
     }
 }

@@ -35,7 +35,8 @@ public:
     /// Opens those buses of @p config on which @p ecus are; from then on their frames go to the library.
     /// @param config  must outlive the object
     /// @param trace   gets every frame; may be null
-    /// @throws HostError ExitCode::bus
+    /// @throws HostError ExitCode::bus, or ExitCode::usage for an URL that is none
+    /// @throws ConfigError if an ECU cannot be simulated as it is described
     BusSet(const Config& config, const std::vector<std::size_t>& ecus, CandumpWriter* trace, Watcher watcher);
 
     /// Sends a frame of the library on its channel. One without an open bus is dropped.

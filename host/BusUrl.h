@@ -18,6 +18,7 @@ enum class BusKind {
 /// Port of a socketcand server where none is given.
 inline constexpr std::uint16_t kSocketcandPort = 29536;
 
+/// A bus and how to get to it.
 struct BusUrl {
     BusKind kind = BusKind::simulated;
     Endpoint server;   ///< socketcand only
@@ -27,6 +28,7 @@ struct BusUrl {
 /// Longest name of an interface.
 inline constexpr std::size_t kMostInterfaceName = 15;
 
+/// Reads "sim:", "socketcan:INTERFACE" or "socketcand://HOST[:PORT]/BUS".
 /// @throws HostError (ExitCode::usage) that says what is allowed
 [[nodiscard]] BusUrl parseBusUrl(const std::string& url);
 

@@ -330,7 +330,8 @@ std::string candumpLine(const LoggedFrame& frame) {
     return line;
 }
 
-CandumpWriter::CandumpWriter(const std::string& file) : m_file(std::fopen(file.c_str(), "w")) {
+CandumpWriter::CandumpWriter(const std::string& file, bool append)
+    : m_file(std::fopen(file.c_str(), append ? "a" : "w")) {
     if (!m_file) {
         throw std::system_error(errno, std::generic_category(), file + " cannot be written");
     }

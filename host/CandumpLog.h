@@ -52,8 +52,9 @@ public:
 /// Writes a log, frame by frame. Any thread.
 class CandumpWriter {
 public:
+    /// @param append  goes on behind what the file holds
     /// @throws std::system_error if @p file cannot be opened
-    explicit CandumpWriter(const std::string& file);
+    explicit CandumpWriter(const std::string& file, bool append = false);
 
     void write(const LoggedFrame& frame);
 

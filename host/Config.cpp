@@ -1,8 +1,10 @@
 #include "host/Config.h"
 
+#include "host/BusUrl.h"
 #include "host/ConfigChecks.h"
 #include "host/ConfigEcu.h"
 #include "host/ConfigTable.h"
+#include "host/HostError.h"
 
 #include <fmt/format.h>
 
@@ -25,6 +27,14 @@ void checkSchema(ConfigTable& root) {
     }
 }
 
+void checkUrl(const ConfigTable& table, const std::string& url) {
+    try {
+        static_cast<void>(parseBusUrl(url));
+    } catch (const HostError& error) {
+        table.fail("url", error.what());
+    }
+}
+
 BusRecord readBus(ConfigTable& table, const std::vector<BusRecord>& before) {
     BusRecord bus;
     bus.name = table.text("name");
@@ -35,6 +45,7 @@ BusRecord readBus(ConfigTable& table, const std::vector<BusRecord>& before) {
     }
     if (table.has("url")) {
         bus.url = table.text("url");
+        checkUrl(table, bus.url);
     }
     table.finish();
     for (const BusRecord& other : before) {

@@ -1,6 +1,7 @@
 // Event channels and DAQ lists of an ECU.
 #include "host/ConfigEcu.h"
 #include "host/ConfigWords.h"
+#include "host/DaqPids.h"
 
 #include <fmt/format.h>
 
@@ -11,11 +12,6 @@ namespace host {
 namespace {
 
 constexpr NumberRange kByte{0, 0xFF};
-constexpr std::uint64_t kShortestPeriodNs = 100'000;
-/// First bytes of CCP packets that name an ODT; the two behind them are responses and events.
-constexpr std::int64_t kMostPids = 254;
-/// First bytes of XCP packets that name an ODT; those behind them are responses, events and services.
-constexpr std::int64_t kMostXcpPids = 252;
 
 std::uint64_t periodNs(const EventRecord& event) {
     std::uint64_t period = event.cycle;
@@ -35,6 +31,7 @@ std::vector<std::uint32_t> readIds(ConfigTable& table, const std::string& key, b
 
 EventRecord readEvent(ConfigTable& table, const EcuRecord& ecu) {
     EventRecord event;
+    event.place = table.place();
     event.name = table.text("name");
     event.cycle = table.as<std::uint8_t>("cycle", kByte);
     event.unit = readWire(table, "unit", kCycleUnits);
@@ -45,16 +42,15 @@ EventRecord readEvent(ConfigTable& table, const EcuRecord& ecu) {
     }
     table.finish();
     event.periodNs = periodNs(event);
-    if (event.cycle > 0 && event.periodNs < kShortestPeriodNs) {
-        table.fail("cycle", fmt::format("is a period of {} ns; give 100 us or more", event.periodNs));
-    }
     return event;
 }
 
+/// The first bytes of CCP packets end with those of responses and events.
 DaqListRecord readCcpList(ConfigTable& table, const EcuRecord& ecu) {
     DaqListRecord list;
-    list.odts = table.as<std::uint8_t>("odts", {1, kMostPids});
-    list.firstPid = table.as<std::uint8_t>("first_pid", {0, kMostPids - 1});
+    list.place = table.place();
+    list.odts = table.as<std::uint8_t>("odts", {1, kCcpPidEnd});
+    list.firstPid = table.as<std::uint8_t>("first_pid", {0, kCcpPidEnd - 1});
     if (table.has("id")) {
         list.id = readId(table, "id", ecu.extended);
     }
@@ -65,11 +61,22 @@ DaqListRecord readCcpList(ConfigTable& table, const EcuRecord& ecu) {
     return list;
 }
 
+std::uint8_t readXcpPid(ConfigTable& table) {
+    const auto pid = table.as<std::uint8_t>("first_pid", {0, kXcpPidEnd}, 0);
+    if (pid == kXcpPidEnd) {
+        table.fail("first_pid",
+                   fmt::format("found {}, which the library takes for no packet; give {} or less", pid,
+                               kXcpPidEnd - 1));
+    }
+    return pid;
+}
+
 DaqListRecord readXcpList(ConfigTable& table, const EcuRecord& ecu) {
     DaqListRecord list;
-    list.odts = table.as<std::uint8_t>("odts", {0, kMostXcpPids}, 0);
+    list.place = table.place();
+    list.odts = table.as<std::uint8_t>("odts", {0, kXcpPidEnd}, 0);
     list.odtBytes = table.as<std::uint8_t>("odt_bytes", {0, 63}, 0);
-    list.firstPid = table.as<std::uint8_t>("first_pid", {0, kMostXcpPids - 1}, 0);
+    list.firstPid = readXcpPid(table);
     if (table.has("id")) {
         list.id = readId(table, "id", ecu.extended);
     }
@@ -97,7 +104,7 @@ std::uint8_t sizeAmong(ConfigTable& table, const std::string& key, std::uint8_t 
 
 void readTimestamps(ConfigTable& table, DaqRecord& daq) {
     daq.timestampSize = sizeAmong(table, "timestamp_size", 4, "0, 1, 2 and 4", daq.timestampSize);
-    daq.timestampUnit = readWire(table, "timestamp_unit", kCycleUnits, daq.timestampUnit);
+    daq.timestampUnit = readWire(table, "timestamp_unit", kTimestampUnits, daq.timestampUnit);
     daq.timestampTicks = table.as<std::uint16_t>("timestamp_ticks", {1, 0xFFFF}, daq.timestampTicks);
     daq.timestampFixed = table.flag("timestamp_fixed", false);
     daq.timestamps = table.flag("timestamp", daq.timestampSize > 0);
@@ -148,7 +155,9 @@ DaqRecord readXcpDaq(ConfigTable table, const EcuRecord& ecu) {
     }
     // The lists of such an ECU are there from the start, and there are no others.
     const std::size_t lists = daq.dynamic ? 0 : daq.lists.size();
-    daq.maxLists = table.as<std::uint16_t>("max_lists", {0, 0xFF}, static_cast<std::int64_t>(lists));
+    // The library plans with numbers of lists in 8 bits, whatever its record has.
+    daq.minLists = table.as<std::uint16_t>("min_lists", kByte, daq.minLists);
+    daq.maxLists = table.as<std::uint16_t>("max_lists", kByte, static_cast<std::int64_t>(lists));
     table.finish();
     return daq;
 }

@@ -17,6 +17,7 @@ const Words kKinds{"ram", "calibration", "flash"};
 
 /// Pages of an XCP segment have numbers, those of a CCP ECU addresses.
 void readPages(ConfigTable& table, SegmentRecord& segment) {
+    segment.paged = table.flag("paged", segment.paged);
     segment.number = table.as<std::uint8_t>("number", kByte, segment.number);
     segment.workingPage = table.as<std::uint8_t>("working_page", kByte, segment.workingPage);
     segment.referencePage = table.as<std::uint8_t>("reference_page", kByte, segment.referencePage);
@@ -27,6 +28,7 @@ void readPages(ConfigTable& table, SegmentRecord& segment) {
 
 SegmentRecord readSegment(ConfigTable& table, const EcuRecord& ecu) {
     SegmentRecord segment;
+    segment.place = table.place();
     segment.kind = static_cast<SegmentKind>(table.word("kind", kKinds, 0));
     segment.address = table.as<std::uint32_t>("address", kAddress);
     segment.size = table.as<std::uint32_t>("size", kSize);
@@ -55,6 +57,7 @@ SegmentRecord readSegment(ConfigTable& table, const EcuRecord& ecu) {
 
 ParameterRecord readParameter(ConfigTable& table, const EcuRecord& ecu) {
     ParameterRecord parameter;
+    parameter.place = table.place();
     parameter.name = table.text("name");
     parameter.address = table.as<std::uint32_t>("address", kAddress);
     readConversion(table, parameter);

@@ -46,6 +46,7 @@ struct TimeoutRecord {
 struct LockRecord {
     std::uint8_t resource = 0;    ///< one bit of the protocol's resource mask
     std::uint8_t seedLength = 4;  ///< bytes; 4 in every CCP ECU
+    ConfigPlace place{};          ///< where it stands in the file
 };
 
 /// Seed and key of an ECU.
@@ -68,6 +69,7 @@ struct EventRecord {
     std::uint64_t periodNs = 0;        ///< 0: not cyclic
     std::uint8_t maxLists = 0xFF;      ///< XCP: DAQ lists that it can drive; 0 has its variables polled
     std::vector<std::uint32_t> ids{};  ///< XCP: further identifiers of the packets of its lists
+    ConfigPlace place{};               ///< where it stands in the file
 };
 
 /// What is known of one DAQ list. A CCP ECU has all of its lists from the start; an XCP ECU makes most of
@@ -79,6 +81,7 @@ struct DaqListRecord {
     std::vector<std::uint8_t> events{};        ///< CCP: event channels that it can be put on; empty: any
     std::uint8_t odtBytes = 0;                 ///< XCP: most payload bytes of an ODT; 0 is no limit
     std::optional<std::uint8_t> fixedEvent{};  ///< XCP: event channel that the list is predefined for
+    ConfigPlace place{};                       ///< where it stands in the file
 };
 
 /// How an ECU measures.
@@ -89,12 +92,13 @@ struct DaqRecord {
     std::uint16_t maxOdts = 252;         ///< XCP: of a simulated ECU
     std::uint16_t maxEntries = 1000;     ///< XCP: of a simulated ECU
     std::uint8_t timestampSize = 0;      ///< XCP: bytes: 0 (no timestamps), 1, 2 or 4
-    std::uint8_t timestampUnit = 3;      ///< XCP: code n stands for 10^n nanoseconds
+    std::uint8_t timestampUnit = 3;      ///< XCP: code of `kTimestampUnits`
     std::uint16_t timestampTicks = 1;    ///< XCP: units of one tick
     bool timestampFixed = false;         ///< XCP: every list carries a timestamp, asked for or not
     bool timestamps = false;             ///< XCP: asked for in the first packet of a cycle
     bool counter = false;                ///< XCP: packets carry a counter
     bool dynamic = true;                 ///< XCP: the lists are made as they are asked for
+    std::uint16_t minLists = 0;          ///< XCP: lists that it always has; static ones are cleared first
     std::uint16_t maxLists = 0;          ///< XCP: DAQ lists; 0 is no limit
     std::uint8_t packMode = 2;           ///< as in the library's record: 0, 1 or 2
     std::uint8_t prescaler = 1;          ///< one packet for so many events
@@ -124,6 +128,8 @@ struct SegmentRecord {
     std::uint8_t referencePage = 1;          ///< XCP, `calibration`: number of the page that cannot
     std::optional<std::uint8_t> checksum{};  ///< kind of its checksums, 0 is none; not there: that of the ECU
     std::uint32_t checksumBlock = 0;         ///< bytes of one checksum; 0: 16384
+    bool paged = true;                       ///< XCP, `calibration`: its pages can be selected
+    ConfigPlace place{};                     ///< where it stands in the file
 };
 
 /// Flash of an ECU: how it works and how it is checked.
@@ -137,6 +143,7 @@ struct FlashRecord {
 struct SignalRecord {
     sim::Signal first;
     std::uint32_t elements = 1;  ///< each one event ahead of the one before
+    ConfigPlace place{};         ///< where it stands in the file
 
     [[nodiscard]] std::size_t elementSize() const { return sim::signalSize(first); }
     [[nodiscard]] std::size_t size() const { return elementSize() * elements; }
@@ -151,6 +158,9 @@ enum class ValueType : std::uint8_t { u8, i8, u16, i16, u32, i32, u64, i64, f32,
     return kSizes[static_cast<std::size_t>(type)];
 }
 
+/// What the library takes for no period, milliseconds.
+inline constexpr std::uint16_t kDefaultPeriodMs = 1000;
+
 /// Something to measure, read or write.
 struct VariableRecord {
     std::string name;
@@ -161,9 +171,11 @@ struct VariableRecord {
     std::uint8_t extension = 0;  ///< address extension
     std::uint32_t size = 0;      ///< bytes, a multiple of the size of the type
     std::uint16_t event = 0;     ///< number of its event channel
+    bool hasEvent = true;        ///< without one it is polled
     std::uint16_t periodMs = 0;  ///< not 0: it is polled
     double factor = 1.0;         ///< shown value = raw value * factor + offset; not 0
     double offset = 0.0;
+    ConfigPlace place{};  ///< where it stands in the file
 };
 
 /// A calibration value, and what the demo writes there.

@@ -32,6 +32,7 @@ std::string readPath(ConfigTable& table, const std::string& key) {
 
 LockRecord readLock(ConfigTable& table, bool ccp) {
     LockRecord lock;
+    lock.place = table.place();
     lock.resource =
         ccp ? readWire(table, "resource", kCcpResources) : readWire(table, "resource", kXcpResources);
     if (!ccp) {

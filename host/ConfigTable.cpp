@@ -229,12 +229,13 @@ void ConfigTable::finish() const {
 
 toml::table parseConfigFile(const std::string& file) {
     std::ifstream stream(file, std::ios::binary);
-    std::ostringstream content;
-    if (!stream || !(content << stream.rdbuf())) {
+    // A folder opens as a file does, and fails only as it is read.
+    if (stream.peek(); !stream) {
         throw ConfigError({file, 0}, "", fmt::format("cannot be read: {}", std::strerror(errno)));
     }
+    const std::string content(std::istreambuf_iterator<char>(stream), {});
     try {
-        return toml::parse(content.str(), file);
+        return toml::parse(content, file);
     } catch (const toml::parse_error& error) {
         throw ConfigError({file, error.source().begin.line}, "",
                           fmt::format("is not TOML: {}", error.description()));

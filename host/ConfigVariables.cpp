@@ -1,5 +1,6 @@
 // Signals and variables of an ECU.
 #include "host/ConfigEcu.h"
+#include "host/PhysicalValue.h"
 
 #include <fmt/format.h>
 
@@ -11,8 +12,6 @@ namespace {
 
 constexpr NumberRange kAddress{0, 0xFFFFFFFF};
 constexpr std::int64_t kMostVariableSize = 0xFFFF;
-/// What the library takes for no period.
-constexpr std::uint16_t kDefaultPeriodMs = 1000;
 
 const Words kKinds{"counter", "sine", "ramp", "constant", "state"};
 
@@ -46,6 +45,7 @@ void readStates(ConfigTable& table, sim::Signal& signal) {
 
 SignalRecord readSignal(ConfigTable& table, const EcuRecord& ecu) {
     SignalRecord record;
+    record.place = table.place();
     sim::Signal& signal = record.first;
     signal.name = table.text("name");
     signal.kind = static_cast<sim::SignalKind>(table.word("kind", kKinds));
@@ -96,6 +96,7 @@ void readEvent(ConfigTable& table, VariableRecord& variable, const EcuRecord& ec
     if (table.has("event")) {
         variable.event = static_cast<std::uint16_t>(table.word("event", eventNames(ecu)));
     } else {
+        variable.hasEvent = false;
         variable.periodMs = kDefaultPeriodMs;
     }
 }
@@ -126,6 +127,7 @@ void readLocation(ConfigTable& table, VariableRecord& variable, const EcuRecord&
 
 VariableRecord readVariable(ConfigTable& table, const EcuRecord& ecu) {
     VariableRecord variable;
+    variable.place = table.place();
     variable.name = table.text("name");
     readConversion(table, variable);
     readLocation(table, variable, ecu);
@@ -152,7 +154,7 @@ void readConversion(ConfigTable& table, VariableRecord& variable) {
 }
 
 const Words& typeWords() {
-    static const Words kTypes{"u8", "i8", "u16", "i16", "u32", "i32", "u64", "i64", "f32", "f64"};
+    static const Words kTypes = valueTypeNames();
     return kTypes;
 }
 

@@ -24,25 +24,15 @@ int openFile(const std::string& path) {
     if (path == "-") {
         return STDOUT_FILENO;
     }
-    const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kMode);
+    const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, kMode);
     if (file < 0) {
         throw HostError(path + ": cannot be written: " + reasonText(errno));
     }
     return file;
 }
 
-/// @return bytes written; fewer than @p size after an error, which is in errno
-std::size_t writeAll(int file, const char* data, std::size_t size) {
-    std::size_t done = 0;
-    while (done < size) {
-        const ssize_t count = write(file, data + done, size - done);
-        if (count > 0) {
-            done += static_cast<std::size_t>(count);
-        } else if (count == 0 || errno != EINTR) {
-            break;
-        }
-    }
-    return done;
+std::string failureText(int number) {
+    return number == ETIMEDOUT ? "its reader stands still" : reasonText(number);
 }
 
 }  // namespace
@@ -59,7 +49,8 @@ std::string csvQuoted(const std::string& cell) {
     return quoted;
 }
 
-CsvFile::CsvFile(std::string path) : m_path(std::move(path)), m_file(openFile(m_path)) {}
+CsvFile::CsvFile(std::string path, GiveUp giveUp)
+    : m_path(std::move(path)), m_giveUp(std::move(giveUp)), m_file(openFile(m_path)) {}
 
 CsvFile::~CsvFile() {
     try {
@@ -95,18 +86,30 @@ void CsvFile::flushSometimes() {
 
 void CsvFile::flush() {
     m_lastFlush = std::chrono::steady_clock::now();
-    if (m_failed) {
+    if (m_failed || m_waiting.empty()) {
         return;
     }
-    const std::size_t written = writeAll(m_file, m_waiting.data(), m_waiting.size());
+    emptyOnce();
+    const std::size_t written = writePatiently(m_file, m_waiting.data(), m_waiting.size(), m_giveUp);
     if (written < m_waiting.size()) {
-        const std::string reason = reasonText(errno);
+        const int reason = errno;
         m_waiting.resize(written);
         cutBack();
-        throw HostError((m_path == "-" ? "standard output" : m_path) + ": cannot be written: " + reason);
+        const ExitCode code = reason == ETIMEDOUT && interrupted() ? ExitCode::interrupted : ExitCode::failed;
+        throw HostError(
+            (m_path == "-" ? "standard output" : m_path) + ": cannot be written: " + failureText(reason),
+            code);
     }
     m_size += static_cast<off_t>(written);
     m_waiting.clear();
+}
+
+/// What a file held goes with the first line that takes its place. What is no file has nothing to cut.
+void CsvFile::emptyOnce() {
+    if (!m_emptied && m_file != STDOUT_FILENO) {
+        static_cast<void>(ftruncate(m_file, 0));
+    }
+    m_emptied = true;
 }
 
 /// After a write that failed: the line that was cut goes. A pipe cannot be cut back; its reader is gone.

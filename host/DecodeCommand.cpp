@@ -3,9 +3,11 @@
 #include "host/Config.h"
 #include "host/DecodePrint.h"
 #include "host/DecodeStats.h"
+#include "host/HostError.h"
 #include "host/Interrupt.h"
 #include "host/LineReader.h"
 #include "host/Output.h"
+#include "host/RunCommand.h"
 
 #include <fmt/format.h>
 
@@ -13,7 +15,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <map>
-#include <system_error>
 
 namespace host {
 namespace {
@@ -133,14 +134,13 @@ private:
 
     ExitCode finish() {
         m_summary.lines = m_reader.count();
-        m_summary.exitCode = exitCode();
         if (m_options.stats) {
             for (const std::string& line : m_options.json ? statsJson(m_stats) : statsLines(m_stats)) {
                 m_output.line(line);
             }
         }
         if (m_options.json) {
-            m_output.line(resultJson(m_summary));
+            m_output.line(summaryJson(m_summary));
         }
         if (m_summary.malformed > kMostComplaints) {
             complain(
@@ -160,7 +160,7 @@ private:
         if (interrupted()) {
             return ExitCode::interrupted;
         }
-        const bool whole = m_summary.malformed == 0 && m_reader.failure().empty() && !m_output.broken();
+        const bool whole = m_summary.malformed == 0 && m_reader.failure().empty();
         return whole ? ExitCode::done : ExitCode::failed;
     }
 
@@ -179,24 +179,18 @@ private:
     bool m_wentBack = false;                       ///< has been complained about
 };
 
-ExitCode refuse(const std::string& text, ExitCode code) {
-    Output(stderr, false).line("talvex: " + text);
-    return code;
+ExitCode decode(const DecodeOptions& options) {
+    try {
+        return DecodeRun(options, allPairs(options)).run();
+    } catch (const IdPairError& error) {
+        throw HostError(error.what(), ExitCode::usage);
+    }
 }
 
 }  // namespace
 
 ExitCode runDecode(const DecodeOptions& options) {
-    watchInterrupts();
-    try {
-        return DecodeRun(options, allPairs(options)).run();
-    } catch (const IdPairError& error) {
-        return refuse(error.what(), ExitCode::usage);
-    } catch (const ConfigError& error) {
-        return refuse(error.what(), ExitCode::configuration);
-    } catch (const std::system_error& error) {
-        return refuse(error.what(), ExitCode::failed);
-    }
+    return runCommand("decode", options.json, [&] { return decode(options); });
 }
 
 }  // namespace host

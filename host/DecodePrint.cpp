@@ -1,26 +1,14 @@
 #include "host/DecodePrint.h"
 
+#include "host/JsonLines.h"
+
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 namespace host {
 namespace {
 
-using Json = nlohmann::ordered_json;
-
-/// Version of the form of the objects. Grows when an old reader would read them wrongly.
-constexpr int kSchema = 1;
-
-Json object(const char* type) {
-    return {{"schema", kSchema}, {"type", type}};
-}
-
 std::string hexBytes(const LoggedFrame& frame) {
-    std::string text;
-    for (std::size_t i = 0; i < frame.length; ++i) {
-        text += fmt::format("{:02x}", frame.data[i]);
-    }
-    return text;
+    return hexDigits(frame.data.data(), frame.length);
 }
 
 /// Seconds as "12.000345"; a log of differences may hold times below zero.
@@ -57,7 +45,7 @@ Json fieldsJson(const std::vector<mcDecodeField>& fields) {
 /// @return @p line with what names a station
 Json stationJson(const char* type, const StationTally& station) {
     const IdPair& pair = station.pair;
-    Json line = object(type);
+    Json line = jsonObject(type);
     line["interface"] = station.interface;
     line["protocol"] = protocolText(pair.protocol);
     line["command_id"] = idText(pair.commandId, pair.extended);
@@ -86,7 +74,7 @@ void addStation(std::vector<std::string>& lines, const StationTally& station) {
     }
     for (const CommandTally& command : station.commands) {
         for (const auto& [code, text] : command.codes) {
-            Json line = stationJson("error", station);
+            Json line = stationJson("error_code", station);
             line["command"] = command.name;
             line["code"] = code;
             line["text"] = text.first;
@@ -124,7 +112,7 @@ std::string frameText(const Output& output, const LoggedFrame& frame, const Deco
 }
 
 std::string frameJson(const LoggedFrame& frame, const DecodedFrame& decoded, const IdPair& pair) {
-    Json line = object("frame");
+    Json line = jsonObject("frame");
     line["time_us"] = frame.timeUs ? Json(*frame.timeUs) : Json();
     line["interface"] = frame.interface;
     line["direction"] = decoded.toEcu() ? "to_ecu" : "from_ecu";
@@ -148,9 +136,8 @@ std::vector<std::string> statsJson(const DecodeStats& stats) {
     return lines;
 }
 
-std::string resultJson(const DecodeSummary& summary) {
-    Json line = object("result");
-    line["exit_code"] = static_cast<int>(summary.exitCode);
+std::string summaryJson(const DecodeSummary& summary) {
+    Json line = jsonObject("log");
     line["lines"] = summary.lines;
     line["frames"] = summary.frames;
     line["ours"] = summary.ours;

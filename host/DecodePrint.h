@@ -1,13 +1,12 @@
 /// @file
 /// Decoded frames and their statistics as lines, for a person or as JSON.
 ///
-/// JSON is one object a line, each with "schema" and "type": "frame"; for statistics "command", "error" and
-/// "other"; and "result", which is the last.
+/// JSON is one object a line, each with "schema" and "type": "frame"; for statistics "command",
+/// "error_code" and "other"; and "log", which says what became of its lines.
 #pragma once
 
 #include "host/CandumpLog.h"
 #include "host/DecodeStats.h"
-#include "host/ExitCode.h"
 #include "host/FrameDecoder.h"
 #include "host/Output.h"
 
@@ -23,7 +22,6 @@ struct DecodeSummary {
     std::uint64_t frames = 0;     ///< lines that hold a frame
     std::uint64_t ours = 0;       ///< frames of the pairs
     std::uint64_t malformed = 0;  ///< lines that are no frame
-    ExitCode exitCode = ExitCode::done;
 };
 
 /// "time interface identifier direction title fields"; an answer has the time since its command behind its
@@ -37,6 +35,6 @@ struct DecodeSummary {
 /// An object for each command, each error code of a command, each other title.
 [[nodiscard]] std::vector<std::string> statsJson(const DecodeStats& stats);
 
-[[nodiscard]] std::string resultJson(const DecodeSummary& summary);
+[[nodiscard]] std::string summaryJson(const DecodeSummary& summary);
 
 }  // namespace host

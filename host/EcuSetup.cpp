@@ -1,8 +1,10 @@
 #include "host/EcuSetup.h"
 
+#include "host/WireWords.h"
+
 #include <algorithm>
 #include <array>
-#include <iterator>
+#include <span>
 
 namespace host {
 namespace {
@@ -80,6 +82,7 @@ void setDaq(XcpCfg& xcp, const DaqRecord& daq) {
     xcp.daqProperties = static_cast<std::uint8_t>((daq.dynamic ? kDynamic : 0U) | kPrescaler |
                                                   (daq.timestampSize > 0 ? kTimestamps : 0U));
     xcp.daqKeyByte = static_cast<std::uint8_t>(unsigned{daq.idField} << 6);
+    xcp.minDaq = daq.minLists;
     xcp.maxDaq = daq.maxLists;
     xcp.timestampMode = static_cast<std::uint8_t>(
         daq.timestampSize > 0 ? unsigned{daq.timestampUnit} << 4 |
@@ -181,8 +184,10 @@ mcMemoryInfo memoryInfo(const EcuRecord& ecu, const SegmentRecord& segment) {
 
 /// XCP has two pages in one segment, CCP each page as a segment of its own.
 void addCalibration(EcuProtoCfg& cfg, const EcuRecord& ecu, const SegmentRecord& segment) {
+    constexpr std::uint32_t kPageless = 1;
     mcMemoryInfo info = memoryInfo(ecu, segment);
     if (!ecu.ccp) {
+        info.programType = segment.paged ? 0 : kPageless;
         info.pages.resize(2);
         info.pages[0].pageNumber = segment.workingPage;
         info.pages[0].writeAccess = 1;
@@ -270,19 +275,12 @@ std::vector<mcMeasureVariable> measureVariables(const EcuRecord& ecu) {
 }
 
 std::string resourceName(const EcuRecord& ecu, std::uint8_t resource) {
-    struct Row {
-        bool ccp;
-        std::uint8_t bit;
-        const char* name;
-    };
-    static constexpr Row kRows[] = {{false, 0x01, "calibration"}, {false, 0x04, "daq"},
-                                    {false, 0x08, "stim"},        {false, 0x10, "programming"},
-                                    {true, 0x01, "calibration"},  {true, 0x02, "daq"},
-                                    {true, 0x40, "programming"}};
-    const auto* row = std::find_if(std::begin(kRows), std::end(kRows), [&](const Row& candidate) {
-        return candidate.ccp == ecu.ccp && candidate.bit == resource;
+    const auto rows =
+        ecu.ccp ? std::span<const WireWord>(kCcpResources) : std::span<const WireWord>(kXcpResources);
+    const auto row = std::find_if(rows.begin(), rows.end(), [resource](const WireWord& candidate) {
+        return candidate.code == resource;
     });
-    return row != std::end(kRows) ? row->name : "unknown";
+    return row != rows.end() ? row->word : "unknown";
 }
 
 }  // namespace host

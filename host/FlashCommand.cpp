@@ -27,7 +27,8 @@ void change(const MemoryPlan& plan, const MemoryOptions& options, MemoryLink& li
         }
         link.program(plannedImage(plan));
     } catch (const HostError& error) {
-        if (error.code() != ExitCode::locked) {
+        // An ECU that is locked from the beginning has not done anything yet.
+        if (link.hasChanged() || error.code() != ExitCode::locked) {
             print.message(
                 fmt::format("its flash may be incomplete now; give the same command again{} before it "
                             "is used",

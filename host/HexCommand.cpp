@@ -7,12 +7,12 @@
 #include "host/HexPrint.h"
 #include "host/HexSave.h"
 #include "host/HostError.h"
-#include "host/Interrupt.h"
+#include "host/RunCommand.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <csignal>
+#include <string>
 
 namespace host {
 namespace {
@@ -21,20 +21,10 @@ namespace {
 using Work = ExitCode (*)(const HexOptions& options, HexPrint& print);
 
 ExitCode run(const char* command, const HexOptions& options, Work work) {
-    watchInterrupts();
-    static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
-    HexPrint print(command, options.json);
-    ExitCode code = ExitCode::failed;
-    std::string error;
-    try {
-        code = work(options, print);
-    } catch (const HostError& caught) {
-        code = caught.code();
-        error = caught.what();
-        print.message(error);
-    }
-    print.result(code, error);
-    return print.broken() ? ExitCode::failed : code;
+    return runCommand(std::string("hex ") + command, options.json, [&] {
+        HexPrint print(options.json);
+        return work(options, print);
+    });
 }
 
 void save(const std::list<mem_buf>& image, const std::string& path, HexPrint& print) {

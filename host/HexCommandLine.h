@@ -29,6 +29,7 @@ inline void addHexFiles(CLI::App& part, HexOptions& options, int least, int most
         ->expected(least, most < 0 ? CLI::detail::expected_max_vector_size : most);
 }
 
+/// Adds the file that a part of `hex` writes.
 inline void addHexOut(CLI::App& part, HexOptions& options) {
     part.add_option("-o,--out", options.out,
                     "File to write, its ending tells the format; replaced only when the new one is whole")

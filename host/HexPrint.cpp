@@ -1,7 +1,6 @@
 #include "host/HexPrint.h"
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <iterator>
@@ -10,22 +9,8 @@
 namespace host {
 namespace {
 
-using Json = nlohmann::ordered_json;
-
-/// Version of the form of the objects. Grows when an old reader would read them wrongly.
-constexpr int kSchema = 1;
-
 /// Bytes that a row shows of each image.
 constexpr std::uint64_t kBytesShown = 8;
-
-Json object(const char* type) {
-    return {{"schema", kSchema}, {"type", type}};
-}
-
-/// File names may be no UTF-8.
-std::string lineOf(const Json& json) {
-    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
 
 void addRange(Json& json, const HexRange& range) {
     json["address"] = range.first;
@@ -69,6 +54,10 @@ std::string bytesText(const std::uint8_t* bytes, std::uint64_t count) {
         text += fmt::format("{}{:02x}", i == 0 ? "" : " ", bytes[i]);
     }
     return count > kBytesShown ? text + " .." : text;
+}
+
+Json bytesJson(const std::uint8_t* bytes, std::uint64_t count) {
+    return bytes == nullptr ? Json() : Json(hexDigits(bytes, count));
 }
 
 const char* kindText(HexDifferenceKind kind) {
@@ -147,28 +136,28 @@ void HexPrint::contentsJson(const HexContents& contents) {
     const std::vector<HexRange> gaps = gapsIn(contents.image);
     const std::string& path = contents.file.path;
     for (const mem_buf& block : contents.image) {
-        Json json = object("block");
+        Json json = jsonObject("hex_block");
         json["file"] = path;
         addRange(json, rangeOf(block));
         if (contents.checksum != nullptr) {
             json["checksum_kind"] = contents.checksum->name;
             json["checksum"] = checksumText(*contents.checksum, block);
         }
-        m_output.line(lineOf(json));
+        m_lines.write(json);
     }
     for (const HexRange& gap : gaps) {
-        Json json = object("gap");
+        Json json = jsonObject("gap");
         json["file"] = path;
         addRange(json, gap);
-        m_output.line(lineOf(json));
+        m_lines.write(json);
     }
     for (const HexOverlap& overlap : contents.overlaps) {
-        Json json = object("overlap");
+        Json json = jsonObject("overlap");
         json["file"] = path;
         addRange(json, overlap.range);
-        m_output.line(lineOf(json));
+        m_lines.write(json);
     }
-    Json json = object("file");
+    Json json = jsonObject("file");
     json["file"] = path;
     json["format"] = contents.file.format == HexFormat::intelHex ? "intel_hex" : "s_record";
     json["blocks"] = contents.image.size();
@@ -176,7 +165,7 @@ void HexPrint::contentsJson(const HexContents& contents) {
     json["gaps"] = gaps.size();
     json["gap_bytes"] = bytesIn(gaps);
     json["overlaps"] = contents.overlaps.size();
-    m_output.line(lineOf(json));
+    m_lines.write(json);
 }
 
 void HexPrint::comparison(const HexComparison& comparison) {
@@ -211,14 +200,14 @@ void HexPrint::comparisonText(const HexComparison& comparison) {
 void HexPrint::comparisonJson(const HexComparison& comparison) {
     for (const HexDifference& difference : comparison.differences) {
         const std::uint64_t count = lengthOf(difference.range);
-        Json json = object("difference");
+        Json json = jsonObject("hex_difference");
         json["kind"] = kindText(difference.kind);
         addRange(json, difference.range);
-        json["first"] = difference.first == nullptr ? Json() : Json(bytesText(difference.first, count));
-        json["second"] = difference.second == nullptr ? Json() : Json(bytesText(difference.second, count));
-        m_output.line(lineOf(json));
+        json["first"] = bytesJson(difference.first, count);
+        json["second"] = bytesJson(difference.second, count);
+        m_lines.write(json);
     }
-    Json json = object("comparison");
+    Json json = jsonObject("comparison");
     json["first"] = comparison.first;
     json["second"] = comparison.second;
     json["equal"] = comparison.differences.empty();
@@ -226,28 +215,18 @@ void HexPrint::comparisonJson(const HexComparison& comparison) {
     json["bytes"] = bytesIn(comparison.differences);
     json["address"] =
         comparison.differences.empty() ? Json() : Json(comparison.differences.front().range.first);
-    m_output.line(lineOf(json));
+    m_lines.write(json);
 }
 
 void HexPrint::written(const std::string& path, const std::list<mem_buf>& image) {
     message(fmt::format("{}: {}, {}", path, countText(image.size(), "block"),
                         countText(host::bytesIn(image), "byte")));
     if (m_json) {
-        Json json = object("written");
+        Json json = jsonObject("file_written");
         json["file"] = path;
         json["blocks"] = image.size();
         json["bytes"] = host::bytesIn(image);
-        m_output.line(lineOf(json));
-    }
-}
-
-void HexPrint::result(ExitCode code, const std::string& error) {
-    if (m_json) {
-        Json json = object("result");
-        json["command"] = std::string("hex ") + m_command;
-        json["exit_code"] = static_cast<int>(code);
-        json["error"] = error.empty() ? Json() : Json(error);
-        m_output.line(lineOf(json));
+        m_lines.write(json);
     }
 }
 

@@ -2,10 +2,10 @@
 /// What `talvex hex` prints, as text and as JSON.
 #pragma once
 
-#include "host/ExitCode.h"
 #include "host/HexChecksum.h"
 #include "host/HexCompare.h"
 #include "host/HexImage.h"
+#include "host/JsonLines.h"
 #include "host/Output.h"
 
 #include <cstddef>
@@ -43,9 +43,8 @@ struct HexComparison {
 /// Data on standard output, messages on standard error.
 class HexPrint {
 public:
-    /// @param command  as the result names it, "info"
-    /// @param json     objects instead of text
-    HexPrint(const char* command, bool json) : m_command(command), m_json(json) {}
+    /// @param json  objects instead of text
+    explicit HexPrint(bool json) : m_json(json) {}
 
     void contents(const HexContents& contents);
     void comparison(const HexComparison& comparison);
@@ -55,22 +54,15 @@ public:
 
     void message(const std::string& text) { m_messages.line("talvex: " + text); }
 
-    /// The last object of JSON; nothing in text.
-    /// @param error  empty if there was none
-    void result(ExitCode code, const std::string& error);
-
-    /// Data could not be written.
-    [[nodiscard]] bool broken() const { return m_output.broken(); }
-
 private:
     void contentsJson(const HexContents& contents);
     void contentsText(const HexContents& contents);
     void comparisonJson(const HexComparison& comparison);
     void comparisonText(const HexComparison& comparison);
 
-    const char* m_command;
     bool m_json;
     Output m_output{stdout, false};
+    JsonLines m_lines{stdout};
     Output m_messages{stderr, false};
 };
 

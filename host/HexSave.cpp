@@ -113,6 +113,17 @@ bool isWhole(const std::string& path, const std::list<mem_buf>& image) {
 
 }  // namespace
 
+void requireHexTarget(const std::string& path) {
+    static_cast<void>(hexFormatOf(path));
+    const std::filesystem::path parent = targetOf(path).parent_path();
+    const std::string folder = parent.empty() ? "." : parent.string();
+    std::error_code error;
+    if (!std::filesystem::is_directory(folder, error) || access(folder.c_str(), W_OK | X_OK) != 0) {
+        throw HostError(
+            fmt::format("{}: cannot be written: {} is no folder that files can be made in", path, folder));
+    }
+}
+
 void saveHexFile(const std::list<mem_buf>& image, const std::string& path) {
     // A link may have another ending than the file behind it; the one that was asked for counts.
     Replacement replacement(targetOf(path), path.substr(path.size() - kEndingLength));

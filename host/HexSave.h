@@ -9,6 +9,11 @@
 
 namespace host {
 
+/// Before minutes go into making what cannot be written then.
+/// @throws HostError if @p path has no ending of an image file, is no regular file, or lies in no folder that
+///         files can be made in
+void requireHexTarget(const std::string& path);
+
 /// Writes an image in the format of the ending. It goes into a temporary file beside @p path, is read back
 /// and compared, and only then takes the place of what was there. A link stays, its target is replaced.
 /// SIGXFSZ must be ignored, so that a limit on the size of files is an error like a full disk.

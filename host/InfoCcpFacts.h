@@ -27,7 +27,8 @@ public:
     explicit CcpExchanges(const EcuRecord& record)
         : m_commandId(record.commandId), m_responseId(record.responseId), m_extended(record.extended) {}
 
-    void take(const BusFrame& frame);
+    /// Takes a frame of the bus of the ECU.
+    void take(const BusFrame& bus);
 
     /// All so far, in the order of the answers.
     [[nodiscard]] std::vector<CcpExchange> list() const;

@@ -108,14 +108,16 @@ ExitCode runInfo(const InfoOptions& options) {
         const Config config = loadConfigFor(options.link);
         InfoPrint print(options);
         ExitCode code = ExitCode::done;
+        LinkOptions link = options.link;
         for (const std::size_t ecu : chosenEcus(config, options.link)) {
             InfoFacts facts;
             try {
-                ask(config, ecu, options.link, facts);
+                ask(config, ecu, link, facts);
             } catch (const HostError&) {
                 print.print(config, config.ecus[ecu], facts);
                 throw;
             }
+            link.append = true;
             print.print(config, config.ecus[ecu], facts);
             code = facts.differences() > 0 ? ExitCode::different : code;
         }

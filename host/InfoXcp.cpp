@@ -60,7 +60,7 @@ private:
     void askIdentification() {
         for (std::uint8_t type = 0; type <= kMostIdType; ++type) {
             const SlaveAnswer answer = m_slave.ask({kGetId, type});
-            const auto text = answer.good() ? idText(answer) : std::vector<std::uint8_t>();
+            const auto text = answer.good() ? idText(type, answer) : std::vector<std::uint8_t>();
             if (!text.empty()) {
                 m_facts.identification(type, text);
             }
@@ -68,14 +68,14 @@ private:
     }
 
     /// The text behind an answer to GET_ID: in it, or where the memory transfer address stands.
-    std::vector<std::uint8_t> idText(const SlaveAnswer& answer) {
+    std::vector<std::uint8_t> idText(std::uint8_t type, const SlaveAnswer& answer) {
         constexpr std::size_t kHead = 8;
         constexpr std::uint64_t kLongest = 1024;
         constexpr std::uint8_t kInAnswer = 0x01;
         const std::uint64_t told = sim::getNumber(std::span(answer.bytes).subspan(4, 4), m_facts.order());
         const auto length = static_cast<std::size_t>(std::min(told, kLongest));
         if ((answer.bytes[1] & kInAnswer) == 0) {
-            return m_slave.upload(length, m_facts.granularity());
+            return m_slave.upload({{kGetId, type}, length, m_facts.granularity()});
         }
         const auto text =
             std::span(answer.bytes).subspan(kHead).first(std::min(length, answer.bytes.size() - kHead));
@@ -102,7 +102,7 @@ private:
             sim::putNumber(std::span(command).subspan(2), i, m_facts.order());
             event.info = m_slave.ask(command);
             if (event.info.good()) {
-                event.name = m_slave.upload(event.info.bytes[3], m_facts.granularity());
+                event.name = m_slave.upload({command, event.info.bytes[3], m_facts.granularity()});
             }
             m_facts.event(i, event);
             if (!event.info.good()) {

@@ -17,6 +17,7 @@ constexpr std::uint32_t kUnknownCommand = 0x20;  ///< ERR_CMD_UNKNOWN
 constexpr std::uint32_t kLocked = 0x25;          ///< ERR_ACCESS_LOCKED
 
 // Codes of commands that the configuration lists under `commands`.
+constexpr std::uint8_t kGetStatus = 0xFD;
 constexpr std::uint8_t kGetCommModeInfo = 0xFB;
 constexpr std::uint8_t kGetPagProcessorInfo = 0xE9;
 constexpr std::uint8_t kGetDaqProcessorInfo = 0xDA;
@@ -55,11 +56,28 @@ std::uint8_t granularityOf(std::uint8_t commModeBasic) {
     return static_cast<std::uint8_t>(1U << ((commModeBasic >> 1U) & kMask));
 }
 
+std::string granularityText(std::uint8_t commModeBasic) {
+    constexpr std::uint8_t kReserved = 8;
+    const std::uint8_t bytes = granularityOf(commModeBasic);
+    return bytes == kReserved ? "reserved code 3" : fmt::format("{}", bytes);
+}
+
 std::string errorText(std::uint32_t status) {
     constexpr std::size_t kRoom = 128;  // what xcpGetErrorText asks for
     std::array<char, kRoom> text{};
     xcpGetErrorText(status, text.data());
     return fmt::format("error 0x{:02X}, {}", status, text.data());
+}
+
+/// What is in the way of reading @p answer; empty for nothing.
+/// @param least  bytes that are read
+std::string complaintOf(const SlaveAnswer& answer, std::size_t least) {
+    if (answer.good()) {
+        return answer.length < least ? fmt::format("answer of {} bytes, too short", answer.length) : "";
+    }
+    return answer.status == kUnknownCommand ? kNotSupported
+           : answer.status == kLocked       ? "locked"
+                                            : errorText(answer.status);
 }
 
 std::string eventText(const std::string& name, const std::string& cycle) {
@@ -77,17 +95,14 @@ std::uint32_t InfoXcpFacts::word(const SlaveAnswer& answer, std::size_t at, std:
 }
 
 /// An ECU need not know a command, but the configuration must not count on it then.
-bool InfoXcpFacts::refused(const std::string& field, std::uint8_t code, const SlaveAnswer& answer) {
-    if (answer.good()) {
+bool InfoXcpFacts::refused(const std::string& field, std::uint8_t code, const SlaveAnswer& answer,
+                           std::size_t least) {
+    const std::string complaint = complaintOf(answer, least);
+    if (complaint.empty()) {
         return false;
     }
-    if (answer.status == kUnknownCommand) {
-        const bool counted = m_record.knows(code);
-        m_facts.add(
-            {field, kNotSupported, counted ? fmt::format("0x{:02X} in `commands`", code) : "", counted});
-    } else {
-        m_facts.tell(field, answer.status == kLocked ? "locked" : errorText(answer.status));
-    }
+    const bool counted = answer.status == kUnknownCommand && m_record.knows(code);
+    m_facts.add({field, complaint, counted ? fmt::format("0x{:02X} in `commands`", code) : "", counted});
     return true;
 }
 
@@ -99,6 +114,11 @@ void InfoXcpFacts::wanted(const std::string& field, bool ecu, bool configured) {
 void InfoXcpFacts::connect(const SlaveAnswer& answer) {
     constexpr std::uint8_t kBigEndian = 0x01;
     constexpr std::uint8_t kSlaveBlock = 0x40;
+    constexpr std::size_t kLength = 8;
+    if (const std::string complaint = complaintOf(answer, kLength); !complaint.empty()) {
+        m_facts.tell("connect", complaint);
+        return;
+    }
     const std::uint8_t mode = answer.bytes[2];
     m_resources = answer.bytes[1];
     m_order = (mode & kBigEndian) != 0 ? sim::ByteOrder::motorola : sim::ByteOrder::intel;
@@ -108,7 +128,7 @@ void InfoXcpFacts::connect(const SlaveAnswer& answer) {
                      ecu != configured && !m_record.acceptLimits});
     };
     m_facts.compare("byte order", orderText(m_order), orderText(m_record.byteOrder));
-    m_facts.compare("address granularity", fmt::format("{}", m_granularity),
+    m_facts.compare("address granularity", granularityText(mode),
                     fmt::format("{}", m_record.addressGranularity));
     limit("max_cto", answer.bytes[3], m_record.maxCto);
     limit("max_dto", word(answer, 4, 2), m_record.maxDto);
@@ -119,7 +139,7 @@ void InfoXcpFacts::connect(const SlaveAnswer& answer) {
 }
 
 void InfoXcpFacts::status(const SlaveAnswer& answer) {
-    if (refused("locks", 0xFD, answer)) {
+    if (refused("locks", kGetStatus, answer, 3)) {
         return;
     }
     m_locked = answer.bytes[2];
@@ -139,7 +159,7 @@ void InfoXcpFacts::unlockFailed(const std::string& reason) {
 void InfoXcpFacts::commModeInfo(const SlaveAnswer& answer) {
     constexpr std::uint8_t kMasterBlock = 0x01;
     constexpr std::uint8_t kInterleaved = 0x02;
-    if (refused("communication modes", kGetCommModeInfo, answer)) {
+    if (refused("communication modes", kGetCommModeInfo, answer, 8)) {
         return;
     }
     const std::uint8_t optional = answer.bytes[2];
@@ -160,7 +180,7 @@ void InfoXcpFacts::identification(std::uint8_t type, const std::vector<std::uint
 
 void InfoXcpFacts::daqProcessor(const SlaveAnswer& answer) {
     m_events = static_cast<std::uint16_t>(m_record.events.size());
-    if (refused("DAQ processor", kGetDaqProcessorInfo, answer)) {
+    if (refused("DAQ processor", kGetDaqProcessorInfo, answer, 8)) {
         return;
     }
     const std::uint8_t properties = answer.bytes[1];
@@ -184,7 +204,7 @@ void InfoXcpFacts::daqProcessor(const SlaveAnswer& answer) {
 }
 
 void InfoXcpFacts::daqResolution(const SlaveAnswer& answer) {
-    if (refused("DAQ resolution", kGetDaqResolutionInfo, answer)) {
+    if (refused("DAQ resolution", kGetDaqResolutionInfo, answer, 8)) {
         return;
     }
     m_facts.compare("DAQ entry granularity", fmt::format("{}", answer.bytes[1]),
@@ -215,7 +235,7 @@ void InfoXcpFacts::timestamps(const SlaveAnswer& answer) {
 /// Channels that only one side has show in their number already.
 void InfoXcpFacts::event(std::uint16_t number, const EventAnswer& answer) {
     const std::string field = fmt::format("event {}", number);
-    if (refused(field, kGetDaqEventInfo, answer.info)) {
+    if (refused(field, kGetDaqEventInfo, answer.info, 6)) {
         return;
     }
     const std::string ecu =
@@ -229,7 +249,7 @@ void InfoXcpFacts::event(std::uint16_t number, const EventAnswer& answer) {
 }
 
 void InfoXcpFacts::pagProcessor(const SlaveAnswer& answer) {
-    if (refused("calibration segments", kGetPagProcessorInfo, answer)) {
+    if (refused("calibration segments", kGetPagProcessorInfo, answer, 3)) {
         return;
     }
     m_segments = answer.bytes[1];
@@ -251,17 +271,20 @@ const SegmentRecord* InfoXcpFacts::configuredSegment(std::uint8_t number) const 
 void InfoXcpFacts::segment(std::uint8_t number, const SegmentAnswers& answers) {
     const std::string field = fmt::format("segment {}", number);
     const SegmentRecord* configured = configuredSegment(number);
-    const bool told = answers.address.good() && answers.length.good() && answers.standard.good();
-    if (told) {
-        const std::string ecu =
-            segmentText(word(answers.address, 4, 4), word(answers.length, 4, 4), answers.standard.bytes[1]);
-        if (configured != nullptr) {
-            m_facts.compare(field, ecu, segmentText(configured->address, configured->size, 2));
-        } else {
-            m_facts.tell(field, ecu);
-        }
+    constexpr std::array<std::size_t, 3> kLengths{8, 8, 2};
+    const std::array<const SlaveAnswer*, 3> all{&answers.address, &answers.length, &answers.standard};
+    std::string complaint;
+    for (std::size_t i = 0; i < all.size() && complaint.empty(); ++i) {
+        complaint = complaintOf(*all[i], kLengths[i]);
+    }
+    const std::string ecu =
+        segmentText(word(answers.address, 4, 4), word(answers.length, 4, 4), answers.standard.bytes[1]);
+    if (!complaint.empty()) {
+        m_facts.tell(field, complaint);
+    } else if (configured != nullptr) {
+        m_facts.compare(field, ecu, segmentText(configured->address, configured->size, 2));
     } else {
-        m_facts.tell(field, kNotSupported);
+        m_facts.tell(field, ecu);
     }
     activePages(field, answers, configured);
 }
@@ -269,9 +292,10 @@ void InfoXcpFacts::segment(std::uint8_t number, const SegmentAnswers& answers) {
 void InfoXcpFacts::activePages(const std::string& field, const SegmentAnswers& answers,
                                const SegmentRecord* segment) {
     const auto page = [segment](const SlaveAnswer& answer) {
+        constexpr std::size_t kLength = 4;
         const std::uint8_t number = answer.bytes[3];
-        if (!answer.good()) {
-            return std::string(kNotSupported);
+        if (const std::string complaint = complaintOf(answer, kLength); !complaint.empty()) {
+            return complaint;
         }
         const bool working = segment != nullptr && number == segment->workingPage;
         const bool reference = segment != nullptr && number == segment->referencePage;
@@ -282,7 +306,7 @@ void InfoXcpFacts::activePages(const std::string& field, const SegmentAnswers& a
 }
 
 void InfoXcpFacts::pgmProcessor(const SlaveAnswer& answer) {
-    if (refused("programming", kGetPgmProcessorInfo, answer)) {
+    if (refused("programming", kGetPgmProcessorInfo, answer, 3)) {
         return;
     }
     m_facts.tell("programming", bitTexts(kPgmBits, answer.bytes[1], "no mode"));

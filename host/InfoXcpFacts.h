@@ -21,6 +21,7 @@ struct SlaveAnswer {
 
     std::uint32_t status = kSuccess;       ///< `kSuccess`, or the ECU's error code
     std::array<std::uint8_t, 64> bytes{};  ///< of the response, from its first byte on
+    std::size_t length = 0;                ///< of the response, bytes; what is behind is 0
 
     [[nodiscard]] bool good() const { return status == kSuccess; }
 };
@@ -47,15 +48,36 @@ public:
     /// Both have to outlive the object.
     InfoXcpFacts(const EcuRecord& record, InfoFacts& facts) : m_record(record), m_facts(facts) {}
 
+    // An answer that is negative or too short to be read becomes a fact that says so.
+
+    /// CONNECT.
     void connect(const SlaveAnswer& answer);
+
+    /// GET_STATUS.
     void status(const SlaveAnswer& answer);
+
+    /// GET_COMM_MODE_INFO.
     void commModeInfo(const SlaveAnswer& answer);
+
+    /// @param type  of GET_ID
     void identification(std::uint8_t type, const std::vector<std::uint8_t>& text);
+
+    /// GET_DAQ_PROCESSOR_INFO.
     void daqProcessor(const SlaveAnswer& answer);
+
+    /// GET_DAQ_RESOLUTION_INFO.
     void daqResolution(const SlaveAnswer& answer);
+
+    /// @param number  of the event channel
     void event(std::uint16_t number, const EventAnswer& answer);
+
+    /// GET_PAG_PROCESSOR_INFO.
     void pagProcessor(const SlaveAnswer& answer);
+
+    /// @param number  of the segment, as the ECU counts
     void segment(std::uint8_t number, const SegmentAnswers& answers);
+
+    /// GET_PGM_PROCESSOR_INFO.
     void pgmProcessor(const SlaveAnswer& answer);
 
     /// Why the ECU could not be unlocked as the configuration says.
@@ -70,7 +92,7 @@ public:
 
 private:
     [[nodiscard]] std::uint32_t word(const SlaveAnswer& answer, std::size_t at, std::size_t size) const;
-    bool refused(const std::string& field, std::uint8_t code, const SlaveAnswer& answer);
+    bool refused(const std::string& field, std::uint8_t code, const SlaveAnswer& answer, std::size_t least);
     void wanted(const std::string& field, bool ecu, bool configured);
     void timestamps(const SlaveAnswer& answer);
     void activePages(const std::string& field, const SegmentAnswers& answers, const SegmentRecord* segment);

@@ -9,27 +9,29 @@ namespace {
 std::atomic<bool> g_interrupted{false};
 static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler writes it");
 
-void onSignal(int) {
-    g_interrupted = true;
-}
-
-void noteOnce(int number) {
+void handle(int number, void (*handler)(int)) {
     struct sigaction action {};
-    action.sa_handler = onSignal;
-    action.sa_flags = static_cast<int>(SA_RESETHAND);
+    action.sa_handler = handler;
     sigemptyset(&action.sa_mask);
     sigaction(number, &action, nullptr);
+}
+
+/// Whichever comes second ends the process.
+void onSignal(int) {
+    g_interrupted = true;
+    handle(SIGINT, SIG_DFL);
+    handle(SIGTERM, SIG_DFL);
 }
 
 }  // namespace
 
 void watchInterrupts() {
-    noteOnce(SIGINT);
-    noteOnce(SIGTERM);
-    struct sigaction ignore {};
-    ignore.sa_handler = SIG_IGN;
-    sigemptyset(&ignore.sa_mask);
-    sigaction(SIGPIPE, &ignore, nullptr);
+    handle(SIGINT, onSignal);
+    handle(SIGTERM, onSignal);
+    handle(SIGPIPE, SIG_IGN);
+    handle(SIGXFSZ, SIG_IGN);
+    handle(SIGCHLD,
+           SIG_DFL);  // who ignores it hands that on, and with it nobody can tell how a process ended
 }
 
 bool interrupted() {

@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <cerrno>
+
 namespace host {
 namespace {
 
@@ -24,11 +26,24 @@ std::string hexDigits(const std::uint8_t* bytes, std::size_t count) {
 }
 
 void JsonLines::write(const Json& object) {
+    write(object, m_giveUp);
+}
+
+/// The line goes past the buffer of the stream, whose writing cannot be given up.
+void JsonLines::write(const Json& object, const GiveUp& giveUp) {
     const std::string line = object.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
     const std::lock_guard<std::mutex> lock(m_mutex);
-    const bool written = std::fwrite(line.data(), 1, line.size(), m_stream) == line.size();
-    const bool flushed = std::fflush(m_stream) == 0;
-    m_broken = m_broken || !written || !flushed;
+    m_broken = m_broken || std::fflush(m_stream) != 0;
+    if (m_broken) {
+        return;
+    }
+    const std::size_t done = writePatiently(fileno(m_stream), line.data(), line.size(), giveUp);
+    m_broken = done < line.size();
+    if (m_broken && errno != ETIMEDOUT) {
+        // Fails as well, so that the stream knows of it like of all else that is printed.
+        static_cast<void>(std::fwrite(line.data() + done, 1, line.size() - done, m_stream));
+        static_cast<void>(std::fflush(m_stream));
+    }
 }
 
 void JsonLines::writeResult(const std::string& command, ExitCode code, const std::string& error) {
@@ -36,7 +51,8 @@ void JsonLines::writeResult(const std::string& command, ExitCode code, const std
     result["command"] = command;
     result["code"] = static_cast<int>(code);
     result["error"] = error.empty() ? Json() : Json(error);
-    write(result);
+    // With a bus that is down there is no Ctrl-C to wait for.
+    write(result, code == ExitCode::bus ? GiveUp([] { return true; }) : m_giveUp);
 }
 
 bool JsonLines::broken() const {

@@ -3,12 +3,15 @@
 #pragma once
 
 #include "host/ExitCode.h"
+#include "host/Interrupt.h"
+#include "host/PatientWrite.h"
 
 #include <nlohmann/json.hpp>
 
 #include <cstdio>
 #include <mutex>
 #include <string>
+#include <utility>
 
 namespace host {
 
@@ -23,9 +26,12 @@ using Json = nlohmann::ordered_json;
 /// Writes objects to a stream as they come, each in one piece. Any thread.
 class JsonLines {
 public:
-    explicit JsonLines(std::FILE* stream) : m_stream(stream) {}
+    /// @param giveUp  asked while the reader of a pipe stands still
+    explicit JsonLines(std::FILE* stream, GiveUp giveUp = interrupted)
+        : m_giveUp(std::move(giveUp)), m_stream(stream) {}
 
-    /// Writes a line. Bytes that are no UTF-8 become the replacement character.
+    /// Writes a line, or nothing once it is `broken`. Bytes that are no UTF-8 become the replacement
+    /// character.
     void write(const Json& object);
 
     /// The last line: how the sub-command ended.
@@ -36,6 +42,9 @@ public:
     [[nodiscard]] bool broken() const;
 
 private:
+    void write(const Json& object, const GiveUp& giveUp);
+
+    const GiveUp m_giveUp;
     mutable std::mutex m_mutex;  ///< guards all below; nothing else is locked while it is held
     std::FILE* m_stream;
     bool m_broken = false;

@@ -3,6 +3,7 @@
 #include "host/Config.h"
 #include "host/EcuSetup.h"
 #include "host/Interrupt.h"
+#include "host/LostOutput.h"
 #include "host/SeedKeyLoader.h"
 
 #include <TalvexSDK.h>
@@ -22,11 +23,18 @@ namespace {
 
 using std::chrono::milliseconds;
 
-/// The library ends every operation by itself; this is for a library that does not.
-constexpr milliseconds kPatience{3'600'000};
+/// The library ends every operation by itself; this is for a library that does not. Counted from the last
+/// progress that it told.
+constexpr std::chrono::hours kPatience{1};
+
+/// Of no account: what ends a wait is asked for while it lasts.
+constexpr std::chrono::hours kForEver{24 * 365};
 
 /// What is stopped ends within the time of one command.
 constexpr milliseconds kStopPatience{10'000};
+
+/// Level of errors in the library's log.
+constexpr std::uint32_t kError = 4;
 
 /// Result codes of the library that need no answer of an ECU to be understood.
 struct CodeHint {
@@ -52,6 +60,12 @@ std::vector<std::string> namesOf(const Config& config) {
 
 bool isChosen(const std::vector<std::string>& names, const EcuRecord& ecu) {
     return names.empty() || std::find(names.begin(), names.end(), ecu.name) != names.end();
+}
+
+/// What the library gets for the path of an ECU's seed and key library: it tells nothing else when it asks
+/// for it, and ECUs may share a library and yet differ in how it is called.
+std::string seedKeyName(const EcuRecord& ecu) {
+    return ecu.security.seedKey.empty() ? "" : ecu.name + ": " + ecu.security.seedKey;
 }
 
 template <class File, class... More>
@@ -104,9 +118,12 @@ Link::Link(const Config& config, std::vector<std::size_t> ecus, const LinkOption
     : m_config(config),
       m_ecus(std::move(ecus)),
       m_taps(std::move(taps)),
+      m_tracePath(options.trace),
+      m_logPath(options.log),
       m_answers(config, m_ecus),
-      m_trace(openIfNamed<CandumpWriter>(options.trace)),
-      m_log(openIfNamed<LogFile>(options.log, options.logLevel)) {
+      m_seedKeys(std::make_shared<SeedKeyReports>([this](const std::string& text) { log(kError, text); })),
+      m_trace(openIfNamed<CandumpWriter>(options.trace, options.append)),
+      m_log(openIfNamed<LogFile>(options.log, options.logLevel, options.append)) {
     const auto watch = [this, watchFrames = std::move(watchFrames)](std::size_t bus, const BusFrame& frame) {
         m_answers.take(bus, frame);
         if (watchFrames) {
@@ -119,41 +136,54 @@ Link::Link(const Config& config, std::vector<std::size_t> ecus, const LinkOption
 
 Link::~Link() {
     disconnect();
+    m_seedKeys->close();
+    closeFiles();
+}
+
+void Link::closeFiles() {
+    if (m_trace && !m_trace->close()) {
+        noteLostFile(m_tracePath);
+    }
+    if (m_log && !m_log->close()) {
+        noteLostFile(m_logPath);
+    }
 }
 
 SessionHandlers Link::handlers(ValueTaker takeValues) {
     SessionHandlers handlers;
     handlers.send = [this](const OutgoingFrame& frame) { m_buses->send(frame); };
     handlers.values = takeValues ? std::move(takeValues) : [](const ValueDelivery&) {};
-    handlers.loadSeedKey = [this](const std::string& path, bool ccp) { return loadSeedKeyOf(path, ccp); };
+    handlers.loadSeedKey = [this](const std::string& key, bool) { return loadSeedKeyOf(key); };
     handlers.log = [this](std::uint32_t level, const std::string& text) { log(level, text); };
     handlers.plan = m_taps.plan;
     return handlers;
 }
 
-/// The library tells the path and no ECU; all ECUs of a protocol that name one path share what is set for it.
-SeedKeyFun Link::loadSeedKeyOf(const std::string& path, bool ccp) {
-    const auto found = std::find_if(m_ecus.begin(), m_ecus.end(), [&](std::size_t ecu) {
-        return m_config.ecus[ecu].ccp == ccp && m_config.ecus[ecu].security.seedKey == path;
-    });
+/// @param key  what `seedKeyName` gave the library
+SeedKeyFun Link::loadSeedKeyOf(const std::string& key) {
+    const auto found = std::find_if(m_ecus.begin(), m_ecus.end(),
+                                    [&](std::size_t ecu) { return seedKeyName(m_config.ecus[ecu]) == key; });
     if (found == m_ecus.end()) {
         return {};
     }
-    const SecurityRecord& security = m_config.ecus[*found].security;
-    return loadSeedKey({path, security.entry, ccp, security.zeroIsSuccess, security.timeMs, security.helper},
-                       [this](const std::string& text) { complainOfSeedKey(text); });
+    const EcuRecord& ecu = m_config.ecus[*found];
+    const SecurityRecord& security = ecu.security;
+    const SeedKeySource source{security.seedKey,
+                               security.entry,
+                               ecu.ccp,
+                               security.zeroIsSuccess,
+                               security.timeMs,
+                               security.helper,
+                               [reports = m_seedKeys] { return interrupted() || reports->closed(); }};
+    return loadSeedKey(source, [reports = m_seedKeys, number = *found](const std::string& text) {
+        reports->take(number, text);
+    });
 }
 
-void Link::complainOfSeedKey(const std::string& text) {
-    constexpr std::uint32_t kError = 4;
-    log(kError, text);
-    const std::lock_guard<std::mutex> lock(m_seedKeyMutex);
-    m_seedKeyComplaint = text;
-}
-
-std::string Link::seedKeyComplaint() const {
-    const std::lock_guard<std::mutex> lock(m_seedKeyMutex);
-    return m_seedKeyComplaint;
+/// From now on what goes wrong with that ECU belongs to the operation at hand.
+void Link::begin(std::size_t ecu) {
+    m_answers.begin(ecu);
+    m_seedKeys->clear(ecu);
 }
 
 void Link::log(std::uint32_t level, const std::string& text) {
@@ -171,8 +201,9 @@ void Link::connect() {
     for (const std::size_t ecu : m_ecus) {
         const EcuRecord& record = m_config.ecus[ecu];
         records.push_back(protoCfg(record, m_config.buses[record.bus]));
+        records.back().seedkey_path = seedKeyName(record);
         names.push_back(record.name);
-        m_answers.begin(ecu);
+        begin(ecu);
     }
     setProtoCfgs(records);
     EcuConnect(names);
@@ -180,10 +211,18 @@ void Link::connect() {
     if (result.code == 0) {
         return;
     }
-    const auto failed = std::find_if(m_ecus.begin(), m_ecus.end(), [this](std::size_t ecu) {
-        return !m_answers.verdict(ecu).text.empty();
-    });
-    throw failure(failed != m_ecus.end() ? *failed : m_ecus.front(), "connect", result.code);
+    throw failure(blamed(), "connect", result.code);
+}
+
+/// The first ECU whose seed and key library failed, else the first whose answers tell of a failure.
+std::size_t Link::blamed() const {
+    auto failed = std::find_if(m_ecus.begin(), m_ecus.end(),
+                               [this](std::size_t ecu) { return !m_seedKeys->of(ecu).empty(); });
+    if (failed == m_ecus.end()) {
+        failed = std::find_if(m_ecus.begin(), m_ecus.end(),
+                              [this](std::size_t ecu) { return !m_answers.verdict(ecu).text.empty(); });
+    }
+    return failed != m_ecus.end() ? *failed : m_ecus.front();
 }
 
 void Link::disconnect() {
@@ -196,7 +235,7 @@ void Link::disconnect() {
 
 TaskResult Link::run(std::size_t ecu, std::uint32_t command, const std::string& what,
                      const std::function<void()>& order) {
-    m_answers.begin(ecu);
+    begin(ecu);
     order();
     TaskResult result = await(command, what, [] {});
     if (result.code != 0) {
@@ -205,11 +244,29 @@ TaskResult Link::run(std::size_t ecu, std::uint32_t command, const std::string& 
     return result;
 }
 
+void Link::startMeasurement(const std::function<void()>& order) {
+    const std::string what = "start of the measurement";
+    for (const std::size_t ecu : m_ecus) {
+        m_answers.beginStart(ecu);
+        m_seedKeys->clear(ecu);
+    }
+    order();
+    const TaskResult result = await(command::kStartMeasurement, what, [] {});
+    if (result.code != 0) {
+        throw failure(blamed(), what, result.code);
+    }
+    for (const std::size_t ecu : m_ecus) {
+        if (const std::optional<HostError> refused = objection(ecu, what)) {
+            throw *refused;
+        }
+    }
+}
+
 /// Behind each memory operation the library puts the calibration page back and reports that as well.
 MemoryResult Link::runMemory(std::size_t ecu, std::uint32_t command, const std::string& what,
                              const std::function<void()>& order,
                              const std::function<void(std::uint32_t percent)>& onPercent) {
-    m_answers.begin(ecu);
+    begin(ecu);
     m_session->beginMemoryOperation();
     order();
     static_cast<void>(await(command::kSetPage, what, [&] {
@@ -222,6 +279,9 @@ MemoryResult Link::runMemory(std::size_t ecu, std::uint32_t command, const std::
         throw HostError(fmt::format("{}: {}: the library gave no result", m_config.ecus[ecu].name, what));
     }
     const AnswerVerdict verdict = m_answers.memoryVerdict(ecu);
+    if (result->code != 0 || !verdict.text.empty()) {
+        requireBuses();
+    }
     if (result->code != 0) {
         throw verdict.text.empty() ? failure(ecu, what, result->code)
                                    : failureBy(verdict, ecu, what, result->code);
@@ -235,25 +295,42 @@ MemoryResult Link::runMemory(std::size_t ecu, std::uint32_t command, const std::
 
 TaskResult Link::await(std::uint32_t command, const std::string& what,
                        const std::function<void()>& meanwhile) {
-    std::optional<TaskResult> result = m_session->waitResult(command, kPatience, [&] {
+    using Clock = std::chrono::steady_clock;
+    Clock::time_point moved = Clock::now();
+    std::uint32_t reports = m_session->progress().reports;
+    std::optional<TaskResult> result = m_session->waitResult(command, kForEver, [&] {
         meanwhile();
-        return interrupted() || !m_buses->failure().empty();
+        if (const std::uint32_t now = m_session->progress().reports; now != reports) {
+            reports = now;
+            moved = Clock::now();
+        }
+        return interrupted() || !m_buses->failure().empty() || Clock::now() - moved > kPatience;
     });
     if (!result) {
-        giveUp(command, what);
+        stop(command);
+    }
+    if (!result || result->code != 0) {
+        requireGoOn(what);
+    }
+    if (!result) {
+        throw HostError(what + ": the library gave no result");
     }
     return std::move(*result);
 }
 
 /// Ends the operation at hand. The library finishes the command that it is in, and no more.
-void Link::giveUp(std::uint32_t command, const std::string& what) {
+void Link::stop(std::uint32_t command) {
+    m_seedKeys->close();
     stopAllTask();
     static_cast<void>(m_session->waitResult(command, kStopPatience, [] { return false; }));
+}
+
+/// What failed behind an interrupt or on a bus that is down failed because of that.
+void Link::requireGoOn(const std::string& what) const {
     requireBuses();
     if (interrupted()) {
         throw HostError(what + ": interrupted; what was open is closed", ExitCode::interrupted);
     }
-    throw HostError(what + ": the library gave no result");
 }
 
 void Link::requireBuses() const {
@@ -278,9 +355,8 @@ std::optional<HostError> Link::objection(std::size_t ecu, const std::string& wha
 HostError Link::failureBy(const AnswerVerdict& verdict, std::size_t ecu, const std::string& what,
                           std::uint32_t code) const {
     const std::string head = fmt::format("{}: {}: ", m_config.ecus[ecu].name, what);
-    const std::string result =
-        fmt::format("result {}, {}", code, getErrorString(static_cast<std::int32_t>(code)));
-    if (const std::string text = seedKeyComplaint(); !text.empty()) {
+    const std::string result = fmt::format("result {}", code);
+    if (const std::string text = m_seedKeys->of(ecu); !text.empty()) {
         return HostError(head + text + "; " + result, ExitCode::locked);
     }
     const auto* hint =
@@ -289,8 +365,10 @@ HostError Link::failureBy(const AnswerVerdict& verdict, std::size_t ecu, const s
         return HostError(head + verdict.text + "; " + result,
                          hint != kHints.end() ? hint->exit : verdict.code);
     }
-    return hint != kHints.end() ? HostError(head + hint->text + "; " + result, hint->exit)
-                                : HostError(head + result);
+    // The library's own texts are in Chinese: better than nothing, and only that.
+    return hint != kHints.end()
+               ? HostError(head + hint->text + "; " + result, hint->exit)
+               : HostError(head + result + ", " + getErrorString(static_cast<std::int32_t>(code)));
 }
 
 }  // namespace host

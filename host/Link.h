@@ -10,13 +10,13 @@
 #include "host/LinkOptions.h"
 #include "host/LogFile.h"
 #include "host/Output.h"
+#include "host/SeedKeyReports.h"
 #include "host/Session.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -56,11 +56,12 @@ public:
 
     /// Opens the buses and the files of @p options.
     /// @param config  must outlive the object
-    /// @throws HostError ExitCode::bus or ExitCode::failed
+    /// @throws HostError ExitCode::bus, ExitCode::usage for an URL that is none, or ExitCode::failed
+    /// @throws ConfigError if an ECU cannot be simulated as it is described
     Link(const Config& config, std::vector<std::size_t> ecus, const LinkOptions& options,
          ValueTaker takeValues = {}, FrameWatcher watchFrames = {}, LinkTaps taps = {});
 
-    /// Disconnects what is connected.
+    /// Disconnects what is connected, and closes trace and log; a file that is not whole is noted as lost.
     ~Link();
 
     Link(const Link&) = delete;
@@ -78,6 +79,10 @@ public:
     /// @param what     for the message, "read"
     TaskResult run(std::size_t ecu, std::uint32_t command, const std::string& what,
                    const std::function<void()>& order);
+
+    /// Has the library start a measurement of all ECUs. Also throws if one of them refused what it takes, or
+    /// did not answer: the library goes on behind that, and no values would come.
+    void startMeasurement(const std::function<void()>& order);
 
     /// As `run`, for an operation on memory. Also throws if the ECU refused a part of it and the library went
     /// on.
@@ -97,29 +102,37 @@ public:
     /// @throws HostError if a bus is down
     void requireBuses() const;
 
+    /// The library's callbacks as events; lives as long as the object.
     [[nodiscard]] Session& session() { return *m_session; }
+
+    /// The open buses; live as long as the object.
     [[nodiscard]] BusSet& buses() { return *m_buses; }
     [[nodiscard]] const BusSet& buses() const { return *m_buses; }
+
+    /// Whom it connects, as indices of the configuration.
     [[nodiscard]] const std::vector<std::size_t>& ecus() const { return m_ecus; }
 
 private:
     [[nodiscard]] SessionHandlers handlers(ValueTaker takeValues);
-    [[nodiscard]] SeedKeyFun loadSeedKeyOf(const std::string& path, bool ccp);
-    void complainOfSeedKey(const std::string& text);
-    [[nodiscard]] std::string seedKeyComplaint() const;
+    [[nodiscard]] SeedKeyFun loadSeedKeyOf(const std::string& key);
+    void begin(std::size_t ecu);
+    void closeFiles();
     [[nodiscard]] TaskResult await(std::uint32_t command, const std::string& what,
                                    const std::function<void()>& meanwhile);
-    [[noreturn]] void giveUp(std::uint32_t command, const std::string& what);
+    void stop(std::uint32_t command);
+    void requireGoOn(const std::string& what) const;
     void log(std::uint32_t level, const std::string& text);
+    [[nodiscard]] std::size_t blamed() const;
     [[nodiscard]] HostError failureBy(const AnswerVerdict& verdict, std::size_t ecu, const std::string& what,
                                       std::uint32_t code) const;
 
     const Config& m_config;
     const std::vector<std::size_t> m_ecus;
     const LinkTaps m_taps;
+    const std::string m_tracePath;
+    const std::string m_logPath;
     AnswerWatch m_answers;
-    mutable std::mutex m_seedKeyMutex;  ///< guards the one below; nothing else is locked while it is held
-    std::string m_seedKeyComplaint;     ///< what was wrong with a seed and key library last; empty: nothing
+    const std::shared_ptr<SeedKeyReports> m_seedKeys;
     std::unique_ptr<CandumpWriter> m_trace;
     std::unique_ptr<LogFile> m_log;
     std::unique_ptr<BusSet> m_buses;

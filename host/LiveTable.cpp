@@ -3,14 +3,13 @@
 #include "host/ValueTable.h"
 
 #include <fmt/format.h>
-#include <sys/ioctl.h>
 
 #include <algorithm>
 
 namespace host {
 namespace {
 
-constexpr std::size_t kLeastWidth = 20;
+constexpr std::size_t kLeastWidth = 20;      ///< for name and value; lines of less are cut
 constexpr std::size_t kLeastNameWidth = 16;  ///< names give way that far before a column goes
 constexpr std::size_t kLeastRows = 1;
 
@@ -74,15 +73,6 @@ LiveRow headRow() {
 
 }  // namespace
 
-TerminalSize terminalSize(std::FILE* stream) {
-    TerminalSize size;
-    winsize asked{};
-    if (ioctl(fileno(stream), TIOCGWINSZ, &asked) == 0 && asked.ws_col > 0 && asked.ws_row > 0) {
-        size = {asked.ws_col, asked.ws_row};
-    }
-    return size;
-}
-
 std::vector<std::string> liveLines(const std::vector<LiveRow>& rows, std::size_t width) {
     const std::size_t room = std::max(width, kLeastWidth);
     const std::size_t longest = longestName(rows);
@@ -95,6 +85,10 @@ std::vector<std::string> liveLines(const std::vector<LiveRow>& rows, std::size_t
     std::vector<std::string> lines{line(headRow(), columns, nameWidth)};
     for (const LiveRow& row : rows) {
         lines.push_back(line(row, columns, nameWidth));
+    }
+    if (width < room) {
+        std::transform(lines.begin(), lines.end(), lines.begin(),
+                       [width](const std::string& text) { return cut(text, width); });
     }
     return lines;
 }

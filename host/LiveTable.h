@@ -6,33 +6,21 @@
 
 #include <array>
 #include <cstddef>
-#include <cstdint>
 #include <cstdio>
 #include <string>
 #include <vector>
 
 namespace host {
 
-/// Columns of the table, from left to right. A narrow terminal shows the first of them.
-enum class LiveColumn : std::uint8_t { name, value, unit, rate, minimum, maximum, age };
-
+/// Columns of the table: name, value, unit, rate, minimum, maximum, age. A narrow terminal shows the first.
 inline constexpr std::size_t kLiveColumns = 7;
 
-/// The texts of one variable, by `LiveColumn`.
+/// The texts of one variable, by column.
 using LiveRow = std::array<std::string, kLiveColumns>;
 
 /// Widths of texts that are made for the table.
 inline constexpr std::size_t kLiveValueWidth = 12;
 inline constexpr std::size_t kLiveLimitWidth = 10;
-
-/// Size of a terminal in characters.
-struct TerminalSize {
-    std::size_t width = 80;
-    std::size_t height = 24;
-};
-
-/// The size of the terminal behind @p stream as it is now; the usual one if it does not say.
-[[nodiscard]] TerminalSize terminalSize(std::FILE* stream);
 
 /// Head and rows, each line of at most @p width characters: columns go from the right until names have room;
 /// name and value stay.

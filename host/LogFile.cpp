@@ -14,8 +14,8 @@ constexpr std::array<const char*, 5> kLevelNames{"frame", "result", "progress", 
 
 }  // namespace
 
-LogFile::LogFile(const std::string& file, std::uint32_t leastLevel)
-    : m_leastLevel(leastLevel), m_file(std::fopen(file.c_str(), "we")) {
+LogFile::LogFile(const std::string& file, std::uint32_t leastLevel, bool append)
+    : m_leastLevel(leastLevel), m_file(std::fopen(file.c_str(), append ? "ae" : "we")) {
     if (!m_file) {
         throw std::system_error(errno, std::generic_category(), file + ": cannot be written");
     }
@@ -30,8 +30,19 @@ void LogFile::write(std::uint32_t level, const std::string& text) {
     const char* name = kLevelNames[std::min<std::size_t>(level, kLevelNames.size() - 1)];
     const std::string line = fmt::format("{:12.6f} {:<8} {}\n", elapsed.count(), name, text);
     const std::lock_guard<std::mutex> lock(m_mutex);
-    static_cast<void>(std::fwrite(line.data(), 1, line.size(), m_file.get()));
-    static_cast<void>(std::fflush(m_file.get()));
+    if (m_file) {
+        const bool written = std::fwrite(line.data(), 1, line.size(), m_file.get()) == line.size();
+        const bool flushed = std::fflush(m_file.get()) == 0;
+        m_whole = m_whole && written && flushed;
+    }
+}
+
+bool LogFile::close() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_file) {
+        m_whole = std::fclose(m_file.release()) == 0 && m_whole;
+    }
+    return m_whole;
 }
 
 }  // namespace host

@@ -1,5 +1,7 @@
 #include "host/LossCounter.h"
 
+#include "host/DaqPids.h"
+
 #include <algorithm>
 #include <iterator>
 #include <span>
@@ -8,8 +10,6 @@
 namespace host {
 namespace {
 
-constexpr std::uint8_t kXcpNoPacket = 0xFB;  ///< XCP: first byte from here on is no DAQ packet
-constexpr std::uint8_t kCcpNoPacket = 0xFE;  ///< CCP: likewise
 constexpr std::uint8_t kPositive = 0xFF;
 constexpr std::uint8_t kStartStopDaqList = 0xDE;
 constexpr std::size_t kSelectionLength = 4;
@@ -23,10 +23,6 @@ struct OverloadEvent {
 
 constexpr OverloadEvent kXcpOverload{0xFD, 0x06};
 constexpr OverloadEvent kCcpOverload{0xFE, 0x01};
-
-std::uint64_t sumOf(const ListLosses& list) {
-    return list.gaps + list.incompleteCycles + list.undelivered;
-}
 
 /// Values come in the order of their names.
 bool hasAll(const std::vector<mcMeasureVariableValue>& values, const std::vector<std::string>& names) {
@@ -52,12 +48,20 @@ std::uint16_t wordAt(const sim::Frame& frame, std::size_t place, sim::ByteOrder 
 
 }  // namespace
 
-std::uint64_t EcuLosses::total() const {
-    std::uint64_t sum = overloads;
+ListLosses EcuLosses::sum() const {
+    ListLosses sum;
     for (const ListLosses& list : lists) {
-        sum += sumOf(list);
+        sum.cycles += list.cycles;
+        sum.gaps += list.gaps;
+        sum.incompleteCycles += list.incompleteCycles;
+        sum.undelivered += list.undelivered;
     }
     return sum;
+}
+
+std::uint64_t EcuLosses::total() const {
+    const ListLosses all = sum();
+    return overloads + all.gaps + all.incompleteCycles + all.undelivered;
 }
 
 std::uint64_t LossCounter::List::owed() const {
@@ -169,7 +173,7 @@ bool LossCounter::isPacket(const sim::Frame& frame) const {
     if (frame.id != m_shape->responseId && m_shape->packetIds.count(frame.id) == 0) {
         return false;
     }
-    return frame.data[0] < (m_shape->ccp ? kCcpNoPacket : kXcpNoPacket);
+    return frame.data[0] < pidEnd(m_shape->ccp);
 }
 
 bool LossCounter::isOverload(const sim::Frame& frame) const {

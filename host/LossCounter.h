@@ -31,6 +31,9 @@ struct EcuLosses {
     std::uint64_t overloads = 0;  ///< times that the ECU said it could not keep up
     std::uint64_t strangers = 0;  ///< packets of no planned list; not a loss
 
+    /// What all lists count, added up; what names a list is 0.
+    [[nodiscard]] ListLosses sum() const;
+
     /// Losses of all kinds.
     [[nodiscard]] std::uint64_t total() const;
 };

@@ -42,6 +42,9 @@ public:
     /// Microseconds since 1970-01-01 UTC; 0 ahead of `start`.
     [[nodiscard]] std::int64_t startUs() const { return m_start; }
 
+    /// Seconds from the start until now.
+    [[nodiscard]] double now() const { return static_cast<double>(today() - m_start) / 1e6; }
+
     /// @param timeUs  time of day
     [[nodiscard]] double ofDay(std::uint64_t timeUs) const {
         return static_cast<double>(static_cast<std::int64_t>(timeUs) - m_start) / 1e6;

@@ -14,8 +14,11 @@ ExitCode runMeasure(const MeasureOptions& options) {
             throw HostError("--json and --csv - both want standard output; give --csv a file",
                             ExitCode::usage);
         }
-        const Config config = loadConfigFor(options.link);
+        Config config = loadConfigFor(options.link);
         const std::vector<std::size_t> ecus = chosenEcus(config, options.link);
+        if (options.periodMs != 0) {
+            pollAll(config, ecus, options.periodMs);
+        }
         MeasureRun run(config, selectVariables(config, ecus, options.names, options.periodMs), options);
         return run.run();
     });

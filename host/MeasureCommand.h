@@ -12,6 +12,7 @@
 
 namespace host {
 
+/// What `talvex measure` was asked for.
 struct MeasureOptions {
     LinkOptions link;
     std::vector<std::string> names;  ///< as selectVariables() reads them; empty: all

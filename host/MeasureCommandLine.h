@@ -2,6 +2,7 @@
 /// The command line of `talvex measure`. In a header because only the program itself links CLI11.
 #pragma once
 
+#include "host/FiniteNumber.h"
 #include "host/LinkCommandLine.h"
 #include "host/MeasureCommand.h"
 
@@ -22,7 +23,8 @@ inline void addMeasure(CLI::App& app, MeasureOptions& options, std::function<Exi
     measure->add_option("variables", options.names,
                         "NAME, ECU.NAME or a pattern with * and ?; none: all of the ECUs");
     measure->add_option("--seconds", options.seconds, "How long; without it until Ctrl-C")
-        ->check(CLI::Range(0.0, kLongest));
+        ->check(CLI::Range(0.0, kLongest))
+        ->check(finiteNumber());
     measure
         ->add_option("--period", options.periodMs,
                      "Polls all variables in this period, milliseconds, "

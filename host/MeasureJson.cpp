@@ -1,18 +1,12 @@
 #include "host/MeasureJson.h"
 
+#include "host/PhysicalValue.h"
+
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <string_view>
 
 namespace host {
 namespace {
-
-std::string_view typeName(ValueType type) {
-    constexpr std::array<std::string_view, 11> kNames{"u8",  "i8",  "u16", "i16", "u32",  "i32",
-                                                      "u64", "i64", "f32", "f64", "bytes"};
-    return kNames[static_cast<std::size_t>(type)];
-}
 
 Json optionalJson(const std::optional<double>& number) {
     return number ? Json(*number) : Json();
@@ -22,7 +16,7 @@ Json variableHead(const EcuRecord& ecu, const VariableRecord& variable) {
     Json head = {{"ecu", ecu.name},
                  {"name", variable.name},
                  {"unit", variable.unit},
-                 {"type", typeName(variable.type)}};
+                 {"type", valueTypeText(variable.type)}};
     if (variable.periodMs != 0) {
         head["period_ms"] = variable.periodMs;
     } else {
@@ -65,12 +59,7 @@ Json valuesJson(const EcuRecord& ecu, const std::vector<VariableRecord>& variabl
 }
 
 Json lossesJson(const EcuLosses& losses) {
-    ListLosses sum;
-    for (const ListLosses& list : losses.lists) {
-        sum.gaps += list.gaps;
-        sum.incompleteCycles += list.incompleteCycles;
-        sum.undelivered += list.undelivered;
-    }
+    const ListLosses sum = losses.sum();
     return {{"gaps", sum.gaps},
             {"incomplete_cycles", sum.incompleteCycles},
             {"undelivered_cycles", sum.undelivered},
@@ -84,6 +73,8 @@ Json lossJson(const char* type, const Config& config, const MeasureSelection& se
     object["bus_overflows"] = losses.overflows;
     object["library_discards"] = losses.discards;
     object["not_written"] = losses.notWritten;
+    object["short_values"] = losses.shortValues;
+    object["silent"] = losses.silent;
     Json& ecus = object["ecus"] = Json::object();
     for (std::size_t i = 0; i < selection.ecus.size(); ++i) {
         ecus[config.ecus[selection.ecus[i].ecu].name] = lossesJson(losses.ecus[i]);

@@ -6,13 +6,27 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <list>
+#include <set>
 #include <utility>
 
 namespace host {
 namespace {
 
-/// What the library takes for no period.
-constexpr std::uint16_t kDefaultPeriodMs = 1000;
+using Names = std::set<std::string>;
+
+/// The variables whose last byte is in a list, which is where the library delivers them.
+Names deliveredNames(const DaqInfo& info) {
+    Names delivered;
+    for (const auto& [number, list] : info.daqLists) {
+        const auto lists = info.finishedNames.find(list.event);
+        if (lists != info.finishedNames.end() && lists->second.count(number) > 0) {
+            const std::list<std::string>& names = lists->second.at(number);
+            delivered.insert(names.begin(), names.end());
+        }
+    }
+    return delivered;
+}
 
 /// The measurement of one ECU as it is planned.
 class Planner {
@@ -27,6 +41,11 @@ public:
 
     [[nodiscard]] EcuPlan run(const std::vector<VariableRecord>& variables) {
         const std::vector<mcMeasureVariable> admitted = admit(variables);
+        for (const VariableRecord& variable : variables) {
+            if (!variable.hasEvent) {
+                m_eventless.insert(variable.name);
+            }
+        }
         if (m_ecu.daq.pollPeriodMs > 0) {
             for (const mcMeasureVariable& variable : admitted) {
                 addPolled(variable, m_ecu.daq.pollPeriodMs, "the configuration polls everything");
@@ -42,6 +61,7 @@ private:
     std::vector<mcMeasureVariable> admit(const std::vector<VariableRecord>& variables);
     void planLists(const std::vector<mcMeasureVariable>& variables);
     void addList(std::uint16_t number, const DaqListPlan& plan);
+    void markUndelivered(const DaqInfo& info);
     void addPolled(const mcMeasureVariable& variable, std::uint16_t periodMs, std::string reason);
     [[nodiscard]] std::string reasonFor(const mcMeasureVariable& variable) const;
     [[nodiscard]] bool hasListFor(std::uint16_t event) const;
@@ -53,6 +73,7 @@ private:
     const BusRecord& m_bus;
     EcuProtoCfg m_cfg;
     bool m_unlimited;
+    Names m_eventless;  ///< variables without an event channel
     EcuPlan m_plan;
 };
 
@@ -74,12 +95,30 @@ void Planner::planLists(const std::vector<mcMeasureVariable>& variables) {
     for (const auto& [number, list] : info.daqLists) {
         addList(number, list);
     }
+    markUndelivered(info);
     for (const mcMeasureVariable& variable : info.pollVars) {
         const std::string name = variable.name;
         const auto wanted = std::find_if(variables.begin(), variables.end(),
                                          [&name](const mcMeasureVariable& one) { return one.name == name; });
         const std::uint16_t periodMs = variable.period;
         addPolled(variable, periodMs > 0 ? periodMs : kDefaultPeriodMs, reasonFor(*wanted));
+    }
+}
+
+/// Lists that are predefined for an event channel can carry variables that the library never delivers.
+void Planner::markUndelivered(const DaqInfo& info) {
+    const Names delivered = deliveredNames(info);
+    for (const PlannedList& list : m_plan.lists) {
+        for (const std::string& name : list.names) {
+            const auto same = [&name](const UndeliveredVariable& one) { return one.name == name; };
+            const auto& marked = m_plan.undelivered;
+            if (delivered.count(name) == 0 && std::none_of(marked.begin(), marked.end(), same)) {
+                m_plan.undelivered.push_back(
+                    {name, fmt::format("the library delivers nothing of the predefined list {}; leave its "
+                                       "fixed_event out",
+                                       list.number)});
+            }
+        }
     }
 }
 
@@ -148,6 +187,9 @@ bool Planner::hasListFor(std::uint16_t event) const {
 /// A variable that finds no place even alone is the reason itself; else it is the others.
 std::string Planner::reasonFor(const mcMeasureVariable& variable) const {
     const std::uint32_t size = variable.size;
+    if (m_eventless.count(variable.name) > 0) {
+        return "no event channel is given";
+    }
     if (variable.period != 0) {
         return "a period is given";
     }

@@ -40,12 +40,19 @@ struct RejectedVariable {
     std::string reason;
 };
 
+/// A variable that is in DAQ lists, but whose values the library does not deliver.
+struct UndeliveredVariable {
+    std::string name;
+    std::string reason;
+};
+
 /// The measurement of one ECU.
 struct EcuPlan {
     std::size_t ecu = 0;  ///< index of the configuration
     std::vector<PlannedList> lists;
     std::vector<PolledVariable> polled;
     std::vector<RejectedVariable> rejected;
+    std::vector<UndeliveredVariable> undelivered;
     BusShare keepAlive;
 
     /// Of all DAQ lists.

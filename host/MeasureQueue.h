@@ -39,6 +39,7 @@ public:
         return std::exchange(m_waiting, {});
     }
 
+    /// Deliveries that came while the queue was full.
     [[nodiscard]] std::uint64_t dropped() const {
         const std::lock_guard<std::mutex> lock(m_mutex);
         return m_dropped;

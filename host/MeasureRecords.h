@@ -61,13 +61,19 @@ struct MeasureTally {
 
 /// What the whole measurement lost.
 struct MeasureLosses {
-    std::vector<EcuLosses> ecus;   ///< by index of the selection
-    std::uint64_t overflows = 0;   ///< frames that a bus lost below the host
-    std::uint64_t discards = 0;    ///< frames beyond what the library stores; at least so many
-    std::uint64_t notWritten = 0;  ///< deliveries dropped because the output did not keep up
+    std::vector<EcuLosses> ecus;    ///< by index of the selection
+    std::uint64_t overflows = 0;    ///< frames that a bus lost below the host
+    std::uint64_t discards = 0;     ///< frames beyond what the library stores; at least so many
+    std::uint64_t notWritten = 0;   ///< deliveries dropped because the output did not keep up
+    std::uint64_t shortValues = 0;  ///< that the library delivered without all their bytes
 
-    /// Losses that are of no ECU.
-    [[nodiscard]] std::uint64_t common() const { return overflows + discards + notWritten; }
+    /// At the end: "ECU.NAME" of variables of which no value came, though it was time for some.
+    std::vector<std::string> silent{};
+
+    /// Losses that are of no list.
+    [[nodiscard]] std::uint64_t common() const {
+        return overflows + discards + notWritten + shortValues + silent.size();
+    }
 
     [[nodiscard]] std::uint64_t total() const {
         std::uint64_t sum = common();

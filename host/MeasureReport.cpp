@@ -18,12 +18,7 @@ void addCount(std::vector<std::string>& parts, std::uint64_t count, const char* 
 }
 
 std::vector<std::string> ecuParts(const EcuLosses& losses) {
-    ListLosses sum;
-    for (const ListLosses& list : losses.lists) {
-        sum.gaps += list.gaps;
-        sum.incompleteCycles += list.incompleteCycles;
-        sum.undelivered += list.undelivered;
-    }
+    const ListLosses sum = losses.sum();
     std::vector<std::string> parts;
     addCount(parts, sum.gaps, "gap in ODT order", "gaps in ODT order");
     addCount(parts, sum.incompleteCycles, "incomplete cycle", "incomplete cycles");
@@ -38,6 +33,10 @@ std::vector<std::string> commonParts(const MeasureLosses& losses) {
     addCount(parts, losses.discards, "frame or more beyond the library's store",
              "frames or more beyond the library's store");
     addCount(parts, losses.notWritten, "delivery not written", "deliveries not written");
+    addCount(parts, losses.shortValues, "value without all its bytes", "values without all their bytes");
+    if (!losses.silent.empty()) {
+        parts.push_back(fmt::format("no value came of {}", fmt::join(losses.silent, ", ")));
+    }
     return parts;
 }
 

@@ -14,9 +14,10 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <iterator>
+#include <map>
+#include <numeric>
 #include <string_view>
 #include <utility>
 
@@ -42,8 +43,15 @@ std::vector<std::size_t> ecusOf(const MeasureSelection& selection) {
     return ecus;
 }
 
-void tell(const std::string& text) {
-    Output(stderr, false).line("talvex: " + text);
+/// Whether values of @p variable must have come within @p seconds. One in an event that is not cyclic need
+/// not.
+bool isDue(const EcuRecord& ecu, const VariableRecord& variable, double seconds) {
+    constexpr double kPeriods = 3.0;
+    double period = variable.periodMs * 1e-3;
+    if (variable.periodMs == 0 && variable.event < ecu.events.size()) {
+        period = static_cast<double>(ecu.events[variable.event].periodNs) * ecu.daq.prescaler * 1e-9;
+    }
+    return period > 0.0 && seconds >= kPeriods * period;
 }
 
 }  // namespace
@@ -55,6 +63,9 @@ MeasureRun::Station::Station(const Config& config, const EcuSelection& chosen)
       tallies(chosen.variables.size()) {
     std::transform(chosen.variables.begin(), chosen.variables.end(), std::back_inserter(variables),
                    measureVariable);
+    for (std::size_t i = 0; i < chosen.variables.size(); ++i) {
+        index.emplace(chosen.variables[i].name, i);
+    }
 }
 
 MeasureRun::MeasureRun(const Config& config, MeasureSelection selection, const MeasureOptions& options)
@@ -69,8 +80,10 @@ MeasureRun::MeasureRun(const Config& config, MeasureSelection selection, const M
           }
           return stations;
       }()),
-      m_csv(options.csv.empty() ? nullptr : std::make_unique<MeasureCsv>(options.csv, config, m_selection)),
-      m_json(stdout),
+      m_csv(options.csv.empty() ? nullptr
+                                : std::make_unique<MeasureCsv>(options.csv, config, m_selection,
+                                                               [this] { return isHopeless(); })),
+      m_json(stdout, [this] { return isHopeless(); }),
       m_table(stdout),
       m_link(
           config, ecusOf(m_selection), options.link,
@@ -78,6 +91,10 @@ MeasureRun::MeasureRun(const Config& config, MeasureSelection selection, const M
           [this](std::size_t bus, const BusFrame& frame) { onFrame(bus, frame); },
           {.plan = [this](const EcuProtoCfg& cfg) { onPlan(cfg); },
            .log = [this](std::uint32_t level, const std::string& text) { onLog(level, text); }}) {}
+
+MeasureRun::~MeasureRun() {
+    m_csv.reset();
+}
 
 void MeasureRun::onPlan(const EcuProtoCfg& cfg) {
     for (const auto& station : m_stations) {
@@ -123,14 +140,22 @@ void MeasureRun::onFrame(std::size_t bus, const BusFrame& frame) {
 ExitCode MeasureRun::run() {
     tellRejected();
     m_link.connect();
-    start();
+    try {
+        start();
+    } catch (const HostError&) {
+        StopMeasurement();
+        throw;
+    }
     const Ending ending = conclude(measure());
     const MeasureLosses lost = losses();
     StopMeasurement();
     m_link.disconnect();
-    summarise(lost);
+    const bool shown = summarise(lost);
     if (!ending.text.empty()) {
         throw HostError(ending.text, ending.code);
+    }
+    if (!shown && ending.code == ExitCode::done) {
+        throw HostError("standard output: cannot be written");
     }
     return m_options.failOnLoss && lost.total() > 0 ? ExitCode::dataLost : ending.code;
 }
@@ -142,18 +167,29 @@ void MeasureRun::tellRejected() const {
     }
 }
 
+/// Files get their first line when it measures, so that an attempt that fails leaves an older recording
+/// alone.
 void MeasureRun::start() {
-    m_clock.start();
+    order();
     if (m_options.link.json) {
         m_json.write(startJson(m_config, m_selection, m_clock.startUs()));
     }
+    if (m_csv) {
+        m_csv->begin();
+    }
+}
+
+void MeasureRun::order() {
+    m_clock.start();
     std::map<std::string, std::vector<mcMeasureVariable>> variables;
     for (const auto& station : m_stations) {
         variables[station->name] = station->variables;
     }
-    static_cast<void>(m_link.run(m_link.ecus().front(), command::kStartMeasurement,
-                                 "start of the measurement", [&] { StartMeasurement(variables); }));
+    m_link.startMeasurement([&variables] { StartMeasurement(variables); });
     m_started = m_told = steady_clock::now();
+    if (m_options.seconds) {
+        m_end = m_clock.now() + *m_options.seconds;
+    }
 }
 
 MeasureRun::Ending MeasureRun::measure() {
@@ -166,7 +202,7 @@ MeasureRun::Ending MeasureRun::measure() {
             tellLive();
         }
     } catch (const HostError& error) {
-        return {error.code(), error.what()};
+        return endedByLink().value_or(Ending{error.code(), error.what()});
     }
 }
 
@@ -174,11 +210,11 @@ std::optional<MeasureRun::Ending> MeasureRun::ended() {
     if (interrupted()) {
         return Ending{ExitCode::interrupted};
     }
-    if (readerGone() || m_json.broken() || m_table.broken()) {
-        return Ending{ExitCode::failed, "standard output is closed; the measurement is ended"};
-    }
     if (std::optional<Ending> lost = endedByLink()) {
         return lost;
+    }
+    if (readerGone() || m_json.broken() || m_table.broken()) {
+        return Ending{ExitCode::failed, "standard output is closed; the measurement is ended"};
     }
     return m_options.seconds && elapsed() >= *m_options.seconds ? std::optional<Ending>(Ending{})
                                                                 : std::nullopt;
@@ -207,19 +243,20 @@ void MeasureRun::takeDeliveries(milliseconds patience) {
 }
 
 void MeasureRun::take(const MeasureDelivery& delivery) {
+    if (delivery.seconds > m_end) {
+        return;
+    }
     const EcuSelection& chosen = m_selection.ecus[delivery.ecu];
     const EcuRecord& ecu = m_config.ecus[chosen.ecu];
     Station& station = *m_stations[delivery.ecu];
     std::vector<std::optional<MeasureValue>> values(chosen.variables.size());
     for (const mcMeasureVariableValue& value : delivery.values) {
-        const auto variable =
-            std::find_if(chosen.variables.begin(), chosen.variables.end(),
-                         [&value](const VariableRecord& item) { return item.name == value.name; });
-        if (variable == chosen.variables.end()) {
+        const auto known = station.index.find(value.name);
+        if (known == station.index.end()) {
             continue;
         }
-        const auto index = static_cast<std::size_t>(variable - chosen.variables.begin());
-        values[index] = measureValue(*variable, ecu.byteOrder, value.data);
+        const std::size_t index = known->second;
+        values[index] = measureValue(chosen.variables[index], ecu.byteOrder, value.data);
         station.tallies[index].add(delivery.seconds, delivery.arrival, *values[index]);
     }
     if (m_csv) {
@@ -230,8 +267,10 @@ void MeasureRun::take(const MeasureDelivery& delivery) {
     }
 }
 
-/// What is on its way when the measurement ends is not lost: the library gets time to deliver it.
+/// What is on its way when the measurement ends is not lost: the library gets time to deliver it, unless
+/// Ctrl-C comes meanwhile.
 void MeasureRun::settle() {
+    const bool wasInterrupted = interrupted();
     for (const auto& station : m_stations) {
         station->losses.settle();
     }
@@ -240,7 +279,7 @@ void MeasureRun::settle() {
         return std::all_of(m_stations.begin(), m_stations.end(),
                            [](const auto& station) { return station->losses.settled(); });
     };
-    while (!allSettled() && steady_clock::now() < deadline) {
+    while (!allSettled() && steady_clock::now() < deadline && interrupted() == wasInterrupted) {
         const std::vector<MeasureDelivery> waiting = m_queue.take(kTurn);
         std::for_each(waiting.begin(), waiting.end(), [this](const auto& delivery) { take(delivery); });
     }
@@ -250,6 +289,7 @@ void MeasureRun::settle() {
 /// unless it has ended badly already.
 MeasureRun::Ending MeasureRun::conclude(const Ending& ending) {
     m_ended = steady_clock::now();
+    m_end = std::min(m_end, m_clock.now());
     try {
         if (ending.text.empty()) {
             settle();
@@ -261,7 +301,7 @@ MeasureRun::Ending MeasureRun::conclude(const Ending& ending) {
     } catch (const HostError& error) {
         return ending.text.empty() ? Ending{error.code(), error.what()} : ending;
     }
-    return ending;
+    return ending.text.empty() && interrupted() ? Ending{ExitCode::interrupted} : ending;
 }
 
 void MeasureRun::tellLive() {
@@ -288,10 +328,11 @@ void MeasureRun::drawTable(const MeasureLosses& lost) {
     m_table.draw(fmt::format("{:.1f} s  {}", elapsed(), lossText(m_config, m_selection, lost)), rows());
 }
 
-void MeasureRun::summarise(const MeasureLosses& lost) {
+/// @return whether standard output took what is for it
+bool MeasureRun::summarise(const MeasureLosses& lost) {
     if (m_options.link.json) {
         summariseAsJson(lost);
-        return;
+        return !m_json.broken();
     }
     const bool toFile = !m_options.csv.empty();
     Output output(toFile ? stderr : stdout, false);
@@ -308,6 +349,7 @@ void MeasureRun::summarise(const MeasureLosses& lost) {
         }
     }
     output.line(fmt::format("{:.1f} s measured; {}", elapsed(), lossText(m_config, m_selection, lost)));
+    return !m_table.broken() && (toFile || !output.broken());
 }
 
 void MeasureRun::summariseAsJson(const MeasureLosses& lost) {
@@ -326,10 +368,35 @@ bool MeasureRun::showsTable() const {
     return !m_options.link.json && m_options.csv != "-" && isatty(STDOUT_FILENO) == 1;
 }
 
+/// Whether anything goes to standard output.
+bool MeasureRun::needsReader() const {
+    return m_options.csv.empty() || m_options.csv == "-" || m_options.link.json || showsTable();
+}
+
 /// A pipe whose reader is gone says so before anything is written to it.
 bool MeasureRun::readerGone() const {
     pollfd output{STDOUT_FILENO, 0, 0};
-    return ::poll(&output, 1, 0) > 0 && (output.revents & (POLLERR | POLLHUP)) != 0;
+    return needsReader() && ::poll(&output, 1, 0) > 0 &&
+           (output.revents & (POLLERR | POLLHUP | POLLNVAL)) != 0;
+}
+
+/// Whether there is nothing to wait for any more while a reader stands still.
+bool MeasureRun::isHopeless() const {
+    return interrupted() || !m_link.buses().failure().empty();
+}
+
+std::vector<std::string> MeasureRun::silent() const {
+    std::vector<std::string> names;
+    for (std::size_t i = 0; i < m_stations.size(); ++i) {
+        const EcuSelection& chosen = m_selection.ecus[i];
+        for (std::size_t j = 0; j < chosen.variables.size(); ++j) {
+            if (m_stations[i]->tallies[j].count == 0 &&
+                isDue(m_config.ecus[chosen.ecu], chosen.variables[j], elapsed())) {
+                names.push_back(m_stations[i]->name + "." + chosen.variables[j].name);
+            }
+        }
+    }
+    return names;
 }
 
 MeasureLosses MeasureRun::losses() const {
@@ -339,6 +406,14 @@ MeasureLosses MeasureRun::losses() const {
     lost.overflows = m_link.buses().overflows();
     lost.discards = m_discards;
     lost.notWritten = m_queue.dropped();
+    for (const auto& station : m_stations) {
+        lost.shortValues =
+            std::accumulate(station->tallies.begin(), station->tallies.end(), lost.shortValues,
+                            [](std::uint64_t sum, const MeasureTally& tally) { return sum + tally.missing; });
+    }
+    if (m_ended) {
+        lost.silent = silent();
+    }
     return lost;
 }
 

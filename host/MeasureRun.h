@@ -16,9 +16,11 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace host {
@@ -30,6 +32,12 @@ public:
     /// @param config, options  must outlive the object
     /// @throws HostError as Link and CsvFile do
     MeasureRun(const Config& config, MeasureSelection selection, const MeasureOptions& options);
+
+    /// Closes files ahead of the link: while a reader stands still they ask how it is.
+    ~MeasureRun();
+
+    MeasureRun(const MeasureRun&) = delete;
+    MeasureRun& operator=(const MeasureRun&) = delete;
 
     /// Measures, writes what came and disconnects.
     /// @throws HostError for what ended it early; by then all is written and disconnected
@@ -50,7 +58,8 @@ private:
         std::size_t bus;
         std::vector<mcMeasureVariable> variables;
         LossCounter losses;
-        std::vector<MeasureTally> tallies;  ///< by variable
+        std::vector<MeasureTally> tallies;                   ///< by variable
+        std::unordered_map<std::string, std::size_t> index;  ///< of the variables, by name
     };
 
     // Threads of the library and of the buses.
@@ -61,6 +70,7 @@ private:
 
     void tellRejected() const;
     void start();
+    void order();
     [[nodiscard]] Ending measure();
     [[nodiscard]] std::optional<Ending> ended();
     [[nodiscard]] std::optional<Ending> endedByLink();
@@ -70,10 +80,13 @@ private:
     [[nodiscard]] Ending conclude(const Ending& ending);
     void tellLive();
     void drawTable(const MeasureLosses& lost);
-    void summarise(const MeasureLosses& lost);
+    [[nodiscard]] bool summarise(const MeasureLosses& lost);
     void summariseAsJson(const MeasureLosses& lost);
     [[nodiscard]] bool showsTable() const;
+    [[nodiscard]] bool needsReader() const;
     [[nodiscard]] bool readerGone() const;
+    [[nodiscard]] bool isHopeless() const;
+    [[nodiscard]] std::vector<std::string> silent() const;
     [[nodiscard]] MeasureLosses losses() const;
     [[nodiscard]] std::vector<LiveRow> rows() const;
     [[nodiscard]] double elapsed() const;
@@ -90,7 +103,8 @@ private:
     LiveTable m_table;
     std::chrono::steady_clock::time_point m_started{};
     std::optional<std::chrono::steady_clock::time_point> m_ended{};
-    std::chrono::steady_clock::time_point m_told{};  ///< when the table was drawn or losses were told
+    double m_end = std::numeric_limits<double>::infinity();  ///< values of later times are not written
+    std::chrono::steady_clock::time_point m_told{};          ///< when the table was drawn or losses were told
     std::uint64_t m_toldLosses = 0;
     Link m_link;  ///< last, so that nothing is called on what is gone
 };

@@ -1,6 +1,7 @@
 #include "host/MeasureSelection.h"
 
 #include "host/HostError.h"
+#include "host/VariableName.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -9,9 +10,7 @@
 
 #include <algorithm>
 #include <iterator>
-#include <map>
-#include <numeric>
-#include <utility>
+#include <set>
 
 namespace host {
 namespace {
@@ -38,40 +37,41 @@ std::vector<Candidate> candidatesOf(const Config& config, const std::vector<std:
 }
 
 bool isPattern(const std::string& name) {
-    return name.find_first_of("*?[") != std::string::npos;
+    return name.find_first_of("*?") != std::string::npos;
 }
 
-bool matches(const Candidate& candidate, const std::string& name) {
-    if (isPattern(name)) {
-        return fnmatch(name.c_str(), candidate.variable->name.c_str(), 0) == 0 ||
-               fnmatch(name.c_str(), candidate.fullName.c_str(), 0) == 0;
+/// Only * and ? are peculiar in a pattern; what fnmatch takes for more stands for itself.
+std::string escaped(const std::string& pattern) {
+    std::string text;
+    for (const char letter : pattern) {
+        if (letter == '[' || letter == '\\') {
+            text += '\\';
+        }
+        text += letter;
     }
-    return candidate.variable->name == name || candidate.fullName == name;
+    return text;
 }
 
-std::vector<const Candidate*> found(const std::vector<Candidate>& candidates, const std::string& name) {
+template <class Matches>
+std::vector<const Candidate*> allThat(const std::vector<Candidate>& candidates, const Matches& matches) {
     std::vector<const Candidate*> all;
     for (const Candidate& candidate : candidates) {
-        if (matches(candidate, name)) {
+        if (matches(candidate.variable->name) || matches(candidate.fullName)) {
             all.push_back(&candidate);
         }
     }
     return all;
 }
 
-/// Changes that make @p to of @p from, letter by letter.
-std::size_t distance(const std::string& from, const std::string& to) {
-    std::vector<std::size_t> row(to.size() + 1);
-    std::iota(row.begin(), row.end(), std::size_t{0});
-    for (std::size_t i = 0; i < from.size(); ++i) {
-        std::size_t corner = row[0]++;
-        for (std::size_t j = 0; j < to.size(); ++j) {
-            const std::size_t changed = corner + (from[i] == to[j] ? 0U : 1U);
-            corner = row[j + 1];
-            row[j + 1] = std::min({changed, row[j] + 1, corner + 1});
-        }
-    }
-    return row.back();
+std::vector<const Candidate*> named(const std::vector<Candidate>& candidates, const std::string& name) {
+    return allThat(candidates, [&name](const std::string& known) { return known == name; });
+}
+
+std::vector<const Candidate*> matching(const std::vector<Candidate>& candidates, const std::string& name) {
+    const std::string pattern = escaped(name);
+    return allThat(candidates, [&pattern](const std::string& known) {
+        return fnmatch(pattern.c_str(), known.c_str(), 0) == 0;
+    });
 }
 
 std::vector<std::string> fullNames(const std::vector<const Candidate*>& candidates) {
@@ -81,36 +81,44 @@ std::vector<std::string> fullNames(const std::vector<const Candidate*>& candidat
     return names;
 }
 
-HostError unknown(const std::vector<Candidate>& candidates, const std::string& name) {
-    std::vector<std::pair<std::size_t, std::string>> near;
-    near.reserve(candidates.size());
+/// The full names of variables that are called like @p name, the best first.
+std::vector<std::string> hints(const std::vector<Candidate>& candidates, const std::string& name) {
+    std::set<std::string> known;
     for (const Candidate& candidate : candidates) {
-        near.emplace_back(
-            std::min(distance(name, candidate.variable->name), distance(name, candidate.fullName)),
-            candidate.fullName);
+        known.insert({candidate.variable->name, candidate.fullName});
     }
-    std::stable_sort(near.begin(), near.end(),
-                     [](const auto& a, const auto& b) { return a.first < b.first; });
     std::vector<std::string> names;
-    for (const auto& [changes, full] : near) {
-        if (names.size() < kMostHints) {
-            names.push_back(full);
+    for (const std::string& near : nearestNames(name, {known.begin(), known.end()}, kMostHints)) {
+        for (const std::string& full : fullNames(named(candidates, near))) {
+            if (std::find(names.begin(), names.end(), full) == names.end()) {
+                names.push_back(full);
+            }
         }
     }
-    return HostError(fmt::format("there is no variable \"{}\"; the nearest are {}", name,
-                                 names.empty() ? "none" : fmt::format("{}", fmt::join(names, ", "))),
+    names.resize(std::min(names.size(), kMostHints));
+    return names;
+}
+
+HostError unknown(const std::vector<Candidate>& candidates, const std::string& name) {
+    const std::vector<std::string> near = hints(candidates, name);
+    return HostError(fmt::format("there is no variable \"{}\"; {}", name,
+                                 near.empty() ? std::string("give a name of the configuration")
+                                              : fmt::format("did you mean {}?", fmt::join(near, ", "))),
                      ExitCode::usage);
 }
 
 std::vector<const Candidate*> chosen(const std::vector<Candidate>& candidates, const std::string& name) {
-    std::vector<const Candidate*> all = found(candidates, name);
-    if (all.empty()) {
-        throw unknown(candidates, name);
-    }
-    if (all.size() > 1 && !isPattern(name)) {
+    std::vector<const Candidate*> all = named(candidates, name);
+    if (all.size() > 1) {
         throw HostError(fmt::format("\"{}\" is a variable of several ECUs; say which of {}", name,
                                     fmt::join(fullNames(all), ", ")),
                         ExitCode::usage);
+    }
+    if (all.empty() && isPattern(name)) {
+        all = matching(candidates, name);
+    }
+    if (all.empty()) {
+        throw unknown(candidates, name);
     }
     return all;
 }
@@ -130,6 +138,12 @@ void add(MeasureSelection& selection, const Candidate& candidate, std::uint16_t 
 
 }  // namespace
 
+void pollAll(Config& config, const std::vector<std::size_t>& ecus, std::uint16_t periodMs) {
+    for (const std::size_t ecu : ecus) {
+        config.ecus[ecu].daq.pollPeriodMs = periodMs;
+    }
+}
+
 MeasureSelection selectVariables(const Config& config, const std::vector<std::size_t>& ecus,
                                  const std::vector<std::string>& names, std::uint16_t periodMs) {
     const std::vector<Candidate> candidates = candidatesOf(config, ecus);
@@ -141,7 +155,8 @@ MeasureSelection selectVariables(const Config& config, const std::vector<std::si
             if (candidate->rejected) {
                 selection.rejected.push_back(candidate->fullName);
             } else {
-                add(selection, *candidate, periodMs);
+                const std::uint16_t ofEcu = config.ecus[candidate->ecu].daq.pollPeriodMs;
+                add(selection, *candidate, periodMs != 0 ? periodMs : ofEcu);
             }
         }
     }

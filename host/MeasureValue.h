@@ -4,23 +4,20 @@
 
 #include "host/ConfigRecords.h"
 #include "host/JsonLines.h"
+#include "host/PhysicalValue.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
-#include <variant>
 #include <vector>
 
 namespace host {
 
-/// Integers stay exact as long as no conversion applies to them.
-using MeasureNumber = std::variant<std::int64_t, std::uint64_t, double>;
-
 /// One value: its elements as numbers, or bytes.
 struct MeasureValue {
-    std::vector<MeasureNumber> numbers{};
+    std::vector<PhysicalNumber> numbers{};
     std::string hex{};  ///< of a variable that is bytes: two digits each
 
     /// The library delivered it short, so there is nothing to show.
@@ -34,8 +31,8 @@ struct MeasureValue {
 [[nodiscard]] MeasureValue measureValue(const VariableRecord& variable, sim::ByteOrder order,
                                         std::span<const std::uint8_t> bytes);
 
-/// For a cell of a table of values: the shortest text that reads back as the same number; elements with a
-/// blank between them; nothing for what is no finite number, "nan" among elements.
+/// For a cell of a table of values: numbers with as many digits as they carry; elements with a blank between
+/// them; nothing for what is no finite number, "nan" among elements.
 [[nodiscard]] std::string cellText(const MeasureValue& value);
 
 /// A number, an array of the elements if the variable has several, hexadecimal digits for bytes, null for

@@ -4,6 +4,7 @@
 
 #include "host/ConfigRecords.h"
 #include "host/ExitCode.h"
+#include "host/HostError.h"
 #include "host/MemoryOptions.h"
 #include "host/MemoryPlan.h"
 #include "host/MemoryPrint.h"
@@ -62,9 +63,13 @@ void requireInside(const MemoryPlan& plan, const EcuRecord& ecu, const MemoryOpt
 /// "image.hex, 2 blocks, 300 bytes".
 [[nodiscard]] std::string imageText(const std::string& file, const std::list<mem_buf>& image);
 
-/// @p code, unless data could not be written.
+/// @p code.
+/// @throws HostError if data could not be written
 [[nodiscard]] inline ExitCode ended(ExitCode code, const MemoryPrint& print) {
-    return print.broken() && code == ExitCode::done ? ExitCode::failed : code;
+    if (print.broken()) {
+        throw HostError("standard output: could not be written whole");
+    }
+    return code;
 }
 
 }  // namespace host

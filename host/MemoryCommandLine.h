@@ -13,6 +13,7 @@
 #include <CLI/CLI.hpp>
 
 #include <functional>
+#include <string>
 
 namespace host {
 
@@ -26,6 +27,7 @@ inline CLI::App* addMemoryPart(CLI::App& app, const char* name, const char* text
     return part;
 }
 
+/// Adds the image file that a sub-command reads.
 inline void addImageFile(CLI::App& part, MemoryOptions& options) {
     part.add_option("file", options.file, "Intel HEX (.hex) or S-record (.s19, .mot)")->required();
     part.add_flag("--ignore-outside", options.ignoreOutside,
@@ -41,15 +43,18 @@ inline void addSegments(CLI::App& part, MemoryOptions& options, const std::strin
         ->allow_extra_args(false);
 }
 
+/// Adds `upload` to @p app; it leaves what it is to run in @p chosen. @p options and @p chosen outlive @p
+/// app.
 inline void addUpload(CLI::App& app, MemoryOptions& options, std::function<ExitCode()>& chosen) {
     CLI::App* part =
         addMemoryPart(app, "upload", "Reads memory of an ECU into an image file", options, chosen, runUpload);
     part->add_option("file", options.file,
                      "File to write, .hex, .s19 or .mot; replaced only when the new one is whole")
         ->required();
-    addSegments(*part, options, "the working page; without pages the flash");
+    addSegments(*part, options, "the working page; without pages the flash, without flash the RAM");
 }
 
+/// Adds `flash`, as `addUpload` does.
 inline void addFlash(CLI::App& app, MemoryOptions& options, std::function<ExitCode()>& chosen) {
     CLI::App* part =
         addMemoryPart(app, "flash", "Erases the flash of an ECU, programs an image file and compares both",
@@ -58,10 +63,12 @@ inline void addFlash(CLI::App& app, MemoryOptions& options, std::function<ExitCo
     part->add_flag("--no-erase", options.noErase, "Programs flash that is erased already");
 }
 
+/// Adds `erase`, as `addUpload` does.
 inline void addErase(CLI::App& app, MemoryOptions& options, std::function<ExitCode()>& chosen) {
     addMemoryPart(app, "erase", "Erases all flash of an ECU", options, chosen, runErase);
 }
 
+/// Adds `check`, as `addUpload` does.
 inline void addCheck(CLI::App& app, MemoryOptions& options, std::function<ExitCode()>& chosen) {
     CLI::App* part = addMemoryPart(
         app, "check", "Compares an image file with an ECU by checksums; exit code 9 if they differ", options,

@@ -1,6 +1,7 @@
 #include "host/MemoryLink.h"
 
 #include "host/MemoryPlan.h"
+#include "host/PassingLine.h"
 #include "host/Progress.h"
 
 #include <algorithm>
@@ -44,7 +45,9 @@ std::vector<mcMemoryData> MemoryLink::upload(mcMemOperType type) {
 void MemoryLink::erase() {
     const Operation operation{command::kErase, "erase", "erased", bytesIn(partsReached(ecu(), mcMemCode))};
     const Clock::time_point begin = Clock::now();
-    tell(operation, begin, uncounted(operation, [&] { EarseEcu(ecu().name, mcMemCode); }));
+    const MemoryResult result = uncounted(operation, [&] { EarseEcu(ecu().name, mcMemCode); });
+    m_changed = true;
+    tell(operation, begin, result);
     reconnect();
 }
 
@@ -95,11 +98,8 @@ MemoryResult MemoryLink::counted(const Operation& operation, const std::function
 }
 
 MemoryResult MemoryLink::uncounted(const Operation& operation, const std::function<void()>& order) {
-    m_print.messages().passing(ecu().name + ": " + operation.what + " ...");
-    MemoryResult result =
-        m_link.runMemory(m_ecu, operation.command, operation.what, order, [](std::uint32_t) {});
-    m_print.messages().passing("");
-    return result;
+    const PassingLine line(m_print.messages(), ecu().name + ": " + operation.what + " ...");
+    return m_link.runMemory(m_ecu, operation.command, operation.what, order, [](std::uint32_t) {});
 }
 
 void MemoryLink::tell(const Operation& operation, std::chrono::steady_clock::time_point begin,

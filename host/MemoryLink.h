@@ -44,6 +44,9 @@ public:
     [[nodiscard]] std::vector<std::uint8_t> read(std::size_t segment, std::uint32_t address,
                                                  std::uint32_t size);
 
+    /// Whether its flash may have been changed since the object was made.
+    [[nodiscard]] bool hasChanged() const { return m_changed; }
+
     /// Selects the working (true) or the reference page (false).
     void selectPage(bool working);
 
@@ -71,6 +74,8 @@ private:
     const Config& m_config;
     const std::size_t m_ecu;
     MemoryPrint& m_print;
+
+    bool m_changed = false;  ///< by erasing
 
     std::mutex m_mutex;                ///< guards the one below; nothing else is locked while it is held
     std::vector<std::uint8_t> m_read;  ///< by the last `read`

@@ -26,7 +26,7 @@ std::string rowText(const char* what, const HexRange& range, const std::string& 
                        addressText(range.last), length, length == 1 ? "byte" : "bytes", text);
 }
 
-/// Checksums as numbers; null for a block that was compared byte by byte.
+/// A checksum in hexadecimal; null for a block that was compared byte by byte.
 Json sumOf(const std::optional<std::uint32_t>& sum, int digits) {
     return sum ? Json(fmt::format("0x{:0{}x}", *sum, digits)) : Json();
 }
@@ -109,6 +109,18 @@ void MemoryPrint::transfer(const TransferRow& row) {
 void MemoryPrint::verified(std::uint64_t bytes) {
     if (!m_json) {
         m_output.line(fmt::format("{}: verified, {}", m_ecu, countText(bytes, "byte")));
+    }
+}
+
+void MemoryPrint::written(const std::string& path, const std::list<mem_buf>& image) {
+    message(
+        fmt::format("{}, {}, {}", path, countText(image.size(), "block"), countText(bytesIn(image), "byte")));
+    if (m_json) {
+        Json object = jsonObject("file_written");
+        object["file"] = path;
+        object["blocks"] = image.size();
+        object["bytes"] = bytesIn(image);
+        m_lines.write(object);
     }
 }
 

@@ -10,6 +10,7 @@
 #include <TalvexRecords.h>
 
 #include <cstdint>
+#include <list>
 #include <optional>
 #include <string>
 
@@ -17,7 +18,7 @@ namespace host {
 
 /// A range that something is done with.
 struct PlanRow {
-    const char* action;  ///< "read", "erase", "program", "check" or "outside"
+    const char* action;  ///< "read", "along" (with what is read), "erase", "program", "check" or "outside"
     HexRange range;
     std::string segment;                          ///< name of the part of the memory; empty for none
     std::string note{};                           ///< more of it, for a person
@@ -58,6 +59,9 @@ public:
 
     /// Ends a table of blocks.
     void verified(std::uint64_t bytes);
+
+    /// A file is there.
+    void written(const std::string& path, const std::list<mem_buf>& image);
 
     void message(const std::string& text);
 

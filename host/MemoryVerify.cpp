@@ -1,9 +1,13 @@
 #include "host/MemoryVerify.h"
 
+#include "host/PageGuard.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <optional>
 #include <utility>
+#include <vector>
 
 namespace host {
 namespace {
@@ -33,6 +37,7 @@ public:
         for (const PlannedBlock& planned : toRead) {
             byReading(planned);
         }
+        tellFirst();
         if (m_equal) {
             m_print.verified(bytesIn(plannedImage(m_plan)));
         }
@@ -48,7 +53,8 @@ private:
     void bySums(const MemoryPlan& summed);
     void bySum(const MemoryPlan& summed, const mcMemoryData& sum);
     void byReading(const PlannedBlock& planned);
-    void note(const PlannedBlock& planned, const std::optional<FirstDifference>& difference);
+    void keepLowest(const std::optional<FirstDifference>& difference);
+    void tellFirst();
     [[nodiscard]] std::optional<FirstDifference> search(const PlannedBlock& planned);
     [[nodiscard]] std::string segmentOf(const PlannedBlock& planned) const {
         return partKindName(m_plan.parts[planned.part].kind);
@@ -58,7 +64,9 @@ private:
     const MemoryPlan& m_plan;
     MemoryLink& m_link;
     MemoryPrint& m_print;
-    bool m_equal = true;  ///< so far
+    bool m_equal = true;                     ///< so far
+    std::vector<PlannedBlock> m_unsearched;  ///< whose checksums differ
+    std::optional<FirstDifference> m_first;  ///< the lowest found so far
 };
 
 HexRange rangeOf(std::uint32_t address, std::size_t size) {
@@ -119,8 +127,8 @@ void Verification::bySum(const MemoryPlan& summed, const mcMemoryData& sum) {
     row.digits = static_cast<int>(sum.expected.size() * 2);
     row.equal = !sum.data.empty() && sum.data == sum.expected;
     m_print.block(row);
-    if (!row.equal && m_equal) {
-        note(piece, search(piece));
+    if (!row.equal) {
+        m_unsearched.push_back(piece);
     }
     m_equal = m_equal && row.equal;
 }
@@ -130,35 +138,49 @@ void Verification::byReading(const PlannedBlock& planned) {
     BlockRow row{rangeOf(planned.block.address, planned.block.data.size()), segmentOf(planned)};
     row.equal = !difference.has_value();
     m_print.block(row);
-    if (difference && m_equal) {
-        note(planned, difference);
-    }
+    keepLowest(difference);
     m_equal = m_equal && row.equal;
 }
 
-void Verification::note(const PlannedBlock& planned, const std::optional<FirstDifference>& difference) {
-    if (difference) {
-        m_print.difference(*difference);
-        return;
+void Verification::keepLowest(const std::optional<FirstDifference>& difference) {
+    if (difference && (!m_first || difference->address < m_first->address)) {
+        m_first = difference;
     }
-    m_print.message(fmt::format(
-        "the checksums from 0x{:08x} on differ, the bytes do not: the ECU sums them in another way, look at "
-        "`checksum` of the configuration",
-        planned.block.address));
+}
+
+/// Blocks with equal bytes and different checksums may stand ahead of one with different bytes.
+void Verification::tellFirst() {
+    std::stable_sort(m_unsearched.begin(), m_unsearched.end(),
+                     [](const PlannedBlock& left, const PlannedBlock& right) {
+                         return left.block.address < right.block.address;
+                     });
+    for (const PlannedBlock& piece : m_unsearched) {
+        if (!m_first || piece.block.address < m_first->address) {
+            keepLowest(search(piece));
+        }
+    }
+    if (m_first) {
+        m_print.difference(*m_first);
+    } else if (!m_unsearched.empty()) {
+        m_print.message(fmt::format(
+            "the checksums from 0x{:08x} on differ, the bytes do not: the ECU sums them in another way, look "
+            "at `checksum` of the configuration",
+            m_unsearched.front().block.address));
+    }
 }
 
 /// Both pages of an XCP segment lie at one address; the working page is the one that is active.
 std::optional<FirstDifference> Verification::search(const PlannedBlock& planned) {
     const MemoryPart& part = m_plan.parts[planned.part];
-    const bool switched = part.kind == PartKind::referencePage && !m_ecu.ccp;
-    if (switched) {
-        m_link.selectPage(false);
+    std::optional<PageGuard> guard;
+    if (part.kind == PartKind::referencePage && !m_ecu.ccp) {
+        guard.emplace([this](bool working) { m_link.selectPage(working); });
     }
     const std::optional<FirstDifference> difference = findFirstDifference(
         planned.block, kPiece,
         [&](std::uint32_t address, std::uint32_t size) { return m_link.read(part.segment, address, size); });
-    if (switched) {
-        m_link.selectPage(true);
+    if (guard) {
+        guard->restore();
     }
     return difference;
 }

@@ -13,11 +13,6 @@
 namespace host {
 namespace {
 
-/// Which frames the host wants of a bus.
-enum class Scope { ecus, everything };
-
-#ifdef __linux__
-
 /// What an ECU sends and gets.
 std::vector<std::uint32_t> idsOf(const EcuRecord& ecu) {
     std::vector<std::uint32_t> ids{ecu.commandId, ecu.responseId};
@@ -43,26 +38,15 @@ std::vector<FrameId> idsOf(const Config& config, std::size_t busIndex) {
 }
 
 std::unique_ptr<CanBus> openInterface(const std::string& interface, const Config& config,
-                                      std::size_t busIndex, Scope scope, CanBus::Receiver receiver) {
+                                      std::size_t busIndex, BusScope scope, CanBus::Receiver receiver) {
     SocketCanOptions options;
     options.interface = interface;
     options.fd = config.buses[busIndex].dataRate.has_value();
-    if (scope == Scope::ecus) {
+    if (scope == BusScope::ecus) {
         options.ids = idsOf(config, busIndex);
     }
     return std::make_unique<SocketCanBus>(options, std::move(receiver));
 }
-
-#else
-
-std::unique_ptr<CanBus> openInterface(const std::string& interface, const Config&, std::size_t, Scope,
-                                      const CanBus::Receiver&) {
-    throw HostError(
-        fmt::format("socketcan:{}: only Linux has CAN interfaces; use socketcand:// or sim:", interface),
-        ExitCode::bus);
-}
-
-#endif
 
 /// Puts the name that the configuration has for the bus ahead of what is wrong.
 template <class Open>
@@ -77,13 +61,13 @@ std::unique_ptr<CanBus> named(const BusRecord& bus, Open open) {
 }  // namespace
 
 std::unique_ptr<CanBus> openBus(const std::string& url, const Config& config, std::size_t busIndex,
-                                CanBus::Receiver receiver) {
+                                BusScope scope, CanBus::Receiver receiver) {
     const BusRecord& bus = config.buses.at(busIndex);
     return named(bus, [&]() -> std::unique_ptr<CanBus> {
         const BusUrl parsed = parseBusUrl(url);
         switch (parsed.kind) {
             case BusKind::socketCan:
-                return openInterface(parsed.name, config, busIndex, Scope::ecus, std::move(receiver));
+                return openInterface(parsed.name, config, busIndex, scope, std::move(receiver));
             case BusKind::socketcand:
                 return std::make_unique<SocketcandBus>(parsed, std::move(receiver));
             default:
@@ -99,7 +83,8 @@ std::unique_ptr<CanBus> openOutsideBus(const std::string& url, const Config& con
         const BusUrl parsed = parseBusUrl(url);
         switch (parsed.kind) {
             case BusKind::socketCan:
-                return openInterface(parsed.name, config, busIndex, Scope::everything, std::move(receiver));
+                return openInterface(parsed.name, config, busIndex, BusScope::everything,
+                                     std::move(receiver));
             case BusKind::socketcand:
                 return std::make_unique<SocketcandBus>(parsed, std::move(receiver));
             default:

@@ -32,6 +32,19 @@ const char* codeOf(Colour colour) {
 
 }  // namespace
 
+TerminalSize terminalSize(std::FILE* stream) {
+    TerminalSize size;
+    winsize asked{};
+    if (ioctl(fileno(stream), TIOCGWINSZ, &asked) == 0 && asked.ws_col > 0 && asked.ws_row > 0) {
+        size = {asked.ws_col, asked.ws_row};
+    }
+    return size;
+}
+
+void tell(const std::string& text) {
+    Output(stderr, false).line("talvex: " + text);
+}
+
 Output::Output(std::FILE* stream, bool colours)
     : m_stream(stream),
       m_terminal(isatty(fileno(stream)) == 1),
@@ -47,13 +60,6 @@ void Output::passing(std::string_view text) {
         write(kEmptyLine + std::string(text));
         m_passing = true;
     }
-}
-
-std::size_t Output::columns() const {
-    constexpr std::size_t kUsual = 80;
-    winsize size{};
-    const bool known = ioctl(fileno(m_stream), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-    return known ? size.ws_col : kUsual;
 }
 
 void Output::write(const std::string& whole) {

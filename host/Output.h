@@ -9,6 +9,18 @@
 
 namespace host {
 
+/// Size of a terminal in characters.
+struct TerminalSize {
+    std::size_t width = 80;
+    std::size_t height = 24;
+};
+
+/// The size of the terminal behind @p stream as it is now; the usual one if it does not say.
+[[nodiscard]] TerminalSize terminalSize(std::FILE* stream);
+
+/// A message of the program on standard error: "talvex: text".
+void tell(const std::string& text);
+
 enum class Colour { none, good, bad, dim, bold };
 
 /// Writes to a stream that may be a file, a pipe that closes, or a terminal. One thread at a time.
@@ -29,7 +41,7 @@ public:
     [[nodiscard]] bool isTerminal() const { return m_terminal; }
 
     /// Width of the terminal in characters, as it is now; 80 where it is not known.
-    [[nodiscard]] std::size_t columns() const;
+    [[nodiscard]] std::size_t columns() const { return terminalSize(m_stream).width; }
 
     /// A line could not be written: there is nobody left to read.
     [[nodiscard]] bool broken() const { return m_broken; }

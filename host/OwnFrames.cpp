@@ -5,9 +5,14 @@
 namespace host {
 namespace {
 
+/// CAN FD pads a frame to a length that it has.
+bool isLengthOnWire(const sim::Frame& sent, const sim::Frame& wire) {
+    return sent.fd ? sent.length <= wire.length : sent.length == wire.length;
+}
+
 bool isOnWireAs(const sim::Frame& sent, const sim::Frame& wire) {
     return sent.id == wire.id && sent.extended == wire.extended && sent.fd == wire.fd &&
-           sent.brs == wire.brs && sent.length <= wire.length && sent.data == wire.data;
+           sent.brs == wire.brs && isLengthOnWire(sent, wire) && sent.data == wire.data;
 }
 
 }  // namespace

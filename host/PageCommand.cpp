@@ -12,6 +12,7 @@
 
 #include <array>
 #include <cstdio>
+#include <string>
 
 namespace host {
 namespace {
@@ -34,8 +35,8 @@ constexpr std::array<PageRow, 3> kRows{
 void requireSafeCopy(const EcuRecord& ecu, PageAction action) {
     if (ecu.ccp && action == PageAction::copy) {
         throw HostError(
-            fmt::format("{}: a CCP ECU cannot be told to copy its pages; upload the reference page "
-                        "to a file and flash that to the working page",
+            fmt::format("{}: a CCP ECU cannot be told to copy its pages; select the reference page "
+                        "and read what you need, then give the values to talvex write on the working page",
                         ecu.name),
             ExitCode::usage);
     }
@@ -71,11 +72,11 @@ void order(const std::string& ecu, PageAction action) {
 }  // namespace
 
 ExitCode runPage(const PageOptions& options) {
-    return runCommand("page", options.link.json, [&] {
+    const PageRow& row = kRows[static_cast<std::size_t>(options.action)];
+    return runCommand(std::string("page ") + row.action, options.link.json, [&] {
         const Config config = loadConfigFor(options.link);
         const std::size_t ecu = chosenEcu(config, options.link);
         const std::string& name = config.ecus[ecu].name;
-        const PageRow& row = kRows[static_cast<std::size_t>(options.action)];
         requirePages(config, config.ecus[ecu]);
         requireSafeCopy(config.ecus[ecu], options.action);
         Link link(config, {ecu}, options.link);

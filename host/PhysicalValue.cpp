@@ -15,6 +15,7 @@
 #include <limits>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 namespace host {
 namespace {
@@ -115,20 +116,11 @@ std::string elementText(const VariableRecord& variable, sim::ByteOrder order, By
                                  : fmt::format("{}", withSign(bits, element.size()));
 }
 
-std::vector<std::string> elementTexts(const VariableRecord& variable, sim::ByteOrder order, Bytes bytes) {
-    std::vector<std::string> texts;
-    for (std::size_t i = 0; i < elementCount(variable); ++i) {
-        if (const Bytes element = elementOf(variable, bytes, i); !element.empty()) {
-            texts.push_back(elementText(variable, order, element));
-        }
-    }
-    return texts;
-}
-
-/// A number of 64 bits stays whole, and what is not finite has no form in JSON.
-Json numberJson(const std::string& text) {
-    const Json number = Json::parse(text, nullptr, false);
-    return number.is_number() ? number : Json();
+/// The number that @p text says, so that both have the same digits.
+PhysicalNumber numberOf(std::string text) {
+    PhysicalNumber number{std::move(text)};
+    std::from_chars(number.text.data(), number.text.data() + number.text.size(), number.number);
+    return number;
 }
 
 HostError unfit(const VariableRecord& variable, const std::string& text, const std::string& wanted) {
@@ -275,6 +267,13 @@ std::string valueTypeText(ValueType type) {
     return std::string(rowOf(type).name);
 }
 
+std::vector<std::string> valueTypeNames() {
+    std::vector<std::string> names;
+    std::transform(kTypes.begin(), kTypes.end() - 1, std::back_inserter(names),
+                   [](const TypeRow& row) { return std::string(row.name); });
+    return names;
+}
+
 std::optional<ValueType> findValueType(const std::string& text) {
     const auto* end = kTypes.end() - 1;
     const auto* found =
@@ -287,34 +286,41 @@ std::size_t elementCount(const VariableRecord& variable) {
     return variable.type == ValueType::bytes ? 0 : variable.size / valueSize(variable.type);
 }
 
-double physicalNumber(const VariableRecord& variable, sim::ByteOrder order, Bytes bytes,
-                      std::size_t element) {
-    const Form form = rowOf(variable.type).form;
-    const Bytes part = elementOf(variable, bytes, element);
-    if (form == Form::none || part.empty()) {
-        return std::numeric_limits<double>::quiet_NaN();
+std::vector<PhysicalNumber> physicalNumbers(const VariableRecord& variable, sim::ByteOrder order,
+                                            Bytes bytes) {
+    std::vector<PhysicalNumber> numbers;
+    for (std::size_t i = 0; i < elementCount(variable); ++i) {
+        if (const Bytes element = elementOf(variable, bytes, i); !element.empty()) {
+            numbers.push_back(numberOf(elementText(variable, order, element)));
+        }
     }
-    return rawOf(form, sim::getNumber(part, order), part.size()) * variable.factor + variable.offset;
+    return numbers;
+}
+
+Json numberJson(const PhysicalNumber& number) {
+    const Json json = Json::parse(number.text, nullptr, false);
+    return json.is_number() ? json : Json();
 }
 
 std::string physicalText(const VariableRecord& variable, sim::ByteOrder order, Bytes bytes) {
-    const std::vector<std::string> texts = elementTexts(variable, order, bytes);
-    if (texts.empty()) {
+    const std::vector<PhysicalNumber> numbers = physicalNumbers(variable, order, bytes);
+    if (numbers.empty()) {
         return "0x" + hexDigits(bytes.data(), bytes.size());
     }
+    std::vector<std::string> texts;
+    std::transform(numbers.begin(), numbers.end(), std::back_inserter(texts),
+                   [](const PhysicalNumber& number) { return number.text; });
     return texts.size() == 1 ? texts.front() : fmt::format("[{}]", fmt::join(texts, ", "));
 }
 
 Json physicalJson(const VariableRecord& variable, sim::ByteOrder order, Bytes bytes) {
-    const std::vector<std::string> texts = elementTexts(variable, order, bytes);
-    if (texts.size() == 1) {
-        return numberJson(texts.front());
+    const std::vector<PhysicalNumber> numbers = physicalNumbers(variable, order, bytes);
+    if (numbers.size() == 1) {
+        return numberJson(numbers.front());
     }
-    Json numbers = texts.empty() ? Json() : Json::array();
-    for (const std::string& text : texts) {
-        numbers.push_back(numberJson(text));
-    }
-    return numbers;
+    Json array = numbers.empty() ? Json() : Json::array();
+    std::transform(numbers.begin(), numbers.end(), std::back_inserter(array), numberJson);
+    return array;
 }
 
 RawValue parsePhysical(const VariableRecord& variable, sim::ByteOrder order, const std::string& text) {

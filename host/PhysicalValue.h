@@ -17,16 +17,28 @@ namespace host {
 /// "u8" to "f64", "bytes".
 [[nodiscard]] std::string valueTypeText(ValueType type);
 
+/// The names of all types but "bytes".
+[[nodiscard]] std::vector<std::string> valueTypeNames();
+
 /// The type of that name, but not "bytes".
 [[nodiscard]] std::optional<ValueType> findValueType(const std::string& text);
 
 /// Numbers that @p variable holds behind each other; 0 for one of bytes.
 [[nodiscard]] std::size_t elementCount(const VariableRecord& variable);
 
-/// The number of that element in the unit of @p variable, for statistics and plots: 64 bits lose some.
-/// @return not a number if there is no such element in @p bytes
-[[nodiscard]] double physicalNumber(const VariableRecord& variable, sim::ByteOrder order,
-                                    std::span<const std::uint8_t> bytes, std::size_t element);
+/// A number in the unit of its variable.
+struct PhysicalNumber {
+    std::string text;     ///< with as many digits as it carries: "12.3", "13.800", "nan"
+    double number = 0.0;  ///< what the text says; 64 bits lose some
+};
+
+/// The numbers that @p bytes are; none for a variable of bytes.
+[[nodiscard]] std::vector<PhysicalNumber> physicalNumbers(const VariableRecord& variable,
+                                                          sim::ByteOrder order,
+                                                          std::span<const std::uint8_t> bytes);
+
+/// A number for programs: one of 64 bits stays whole, and what is not finite is null.
+[[nodiscard]] Json numberJson(const PhysicalNumber& number);
 
 /// What @p bytes are in the unit of @p variable, with as many digits as they carry: "12.3", "[1, 2, 3]", or
 /// hexadecimal behind "0x" where they are no number.

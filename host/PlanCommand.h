@@ -3,7 +3,9 @@
 #pragma once
 
 #include "host/ExitCode.h"
+#include "host/LinkOptions.h"
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -11,11 +13,10 @@ namespace host {
 
 /// Command line of `plan`.
 struct PlanOptions {
-    std::string config = "examples/demo.toml";
-    std::vector<std::string> ecus;       ///< names; empty: all that the variables belong to, else all
-    std::vector<std::string> variables;  ///< as `findVariable` takes them; empty: all of the configuration
-    bool unlimited = false;              ///< XCP: DAQ lists take ODTs without limit
-    bool json = false;
+    LinkOptions link;
+    std::vector<std::string> names;  ///< variables as `selectVariables` takes them
+    std::uint16_t periodMs = 0;      ///< not 0: all are polled in this period, milliseconds
+    bool unlimited = false;          ///< XCP: DAQ lists take ODTs without limit
 };
 
 /// Plans, and prints the plan on standard output.

@@ -69,6 +69,15 @@ void addOthers(Lines& lines, const EcuPlan& plan) {
     }
 }
 
+void addUndelivered(Lines& lines, const EcuPlan& plan) {
+    if (!plan.undelivered.empty()) {
+        lines.emplace_back("  not delivered");
+    }
+    for (const UndeliveredVariable& variable : plan.undelivered) {
+        lines.push_back(fmt::format("    {:<24} {}", variable.name, variable.reason));
+    }
+}
+
 std::string busLine(const BusRecord& record, const BusPlan& plan) {
     const BusShare total = plan.total();
     return fmt::format(
@@ -104,6 +113,15 @@ void writeList(JsonLines& out, const std::string& ecu, const PlannedList& list) 
     out.write(object);
 }
 
+void writeReason(JsonLines& out, const char* type, const std::string& ecu, const std::string& variable,
+                 const std::string& reason) {
+    Json object = jsonObject(type);
+    object["ecu"] = ecu;
+    object["variable"] = variable;
+    object["reason"] = reason;
+    out.write(object);
+}
+
 void writeOthers(JsonLines& out, const std::string& ecu, const EcuPlan& plan) {
     for (const PolledVariable& variable : plan.polled) {
         Json object = jsonObject("polled");
@@ -115,11 +133,10 @@ void writeOthers(JsonLines& out, const std::string& ecu, const EcuPlan& plan) {
         out.write(object);
     }
     for (const RejectedVariable& variable : plan.rejected) {
-        Json object = jsonObject("rejected");
-        object["ecu"] = ecu;
-        object["variable"] = variable.name;
-        object["reason"] = variable.reason;
-        out.write(object);
+        writeReason(out, "rejected", ecu, variable.name, variable.reason);
+    }
+    for (const UndeliveredVariable& variable : plan.undelivered) {
+        writeReason(out, "undelivered", ecu, variable.name, variable.reason);
     }
 }
 
@@ -168,6 +185,7 @@ std::vector<std::string> planLines(const Config& config, const std::vector<EcuPl
             fmt::format("{}: {} on {}", ecu.name, ecu.ccp ? "CCP" : "XCP", config.buses[ecu.bus].name));
         addLists(lines, plan);
         addOthers(lines, plan);
+        addUndelivered(lines, plan);
         lines.emplace_back();
     }
     for (const BusPlan& plan : busPlans(config, plans)) {
@@ -197,14 +215,6 @@ bool printPlanJson(const Config& config, const std::vector<EcuPlan>& plans) {
         writeBus(out, config.buses[plan.bus], plan);
     }
     return !out.broken();
-}
-
-void printPlanResult(ExitCode code, const std::string& error) {
-    JsonLines(stdout).writeResult("plan", code, error);
-}
-
-void printPlanMessage(const std::string& text) {
-    Output(stderr, false).line("talvex: " + text);
 }
 
 }  // namespace host

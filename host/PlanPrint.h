@@ -2,7 +2,6 @@
 /// A plan as text and as JSON.
 #pragma once
 
-#include "host/ExitCode.h"
 #include "host/MeasurePlan.h"
 
 #include <string>
@@ -17,6 +16,7 @@ struct BusPlan {
     BusShare polling;
     BusShare keepAlive;
 
+    /// All that is known to go over the bus.
     [[nodiscard]] BusShare total() const;
 };
 
@@ -29,14 +29,8 @@ struct BusPlan {
 /// The lines of `printPlanText`.
 [[nodiscard]] std::vector<std::string> planLines(const Config& config, const std::vector<EcuPlan>& plans);
 
-/// An object per list, polled variable, rejected variable and bus, on standard output.
+/// An object per list, polled variable, rejected variable, undelivered variable and bus, on standard output.
 /// @return false if they could not be written
 [[nodiscard]] bool printPlanJson(const Config& config, const std::vector<EcuPlan>& plans);
-
-/// The last object of JSON. @param error  empty for none
-void printPlanResult(ExitCode code, const std::string& error);
-
-/// A message on standard error.
-void printPlanMessage(const std::string& text);
 
 }  // namespace host

@@ -7,6 +7,7 @@
 #include "host/RawValue.h"
 #include "host/RunCommand.h"
 #include "host/VariableAccess.h"
+#include "host/VariableMessages.h"
 #include "host/VariableName.h"
 
 #include <fmt/format.h>
@@ -33,11 +34,11 @@ public:
     ReadPrint(const Config& config, const ReadOptions& options, const std::vector<NamedVariable>& variables)
         : m_config(config),
           m_options(options),
-          m_severalEcus(ecusOf(variables).size() > 1),
+          m_messages(config, variables, options.link.json),
           m_output(stdout, !options.link.noColour),
           m_json(stdout) {
         for (const NamedVariable& variable : variables) {
-            m_width = std::max(m_width, nameOf(variable).size());
+            m_width = std::max(m_width, m_messages.nameOf(variable).size());
         }
     }
 
@@ -49,24 +50,11 @@ public:
         }
     }
 
-    /// The message for a person, and for programs an object as well.
     void printError(const NamedVariable& variable, const HostError& error) {
-        Output(stderr, false).line(std::string("talvex: ") + error.what());
-        if (m_options.link.json) {
-            Json object = jsonObject("error");
-            object["ecu"] = m_config.ecus[variable.ecu].name;
-            object["name"] = variable.record.name;
-            object["error"] = error.what();
-            m_json.write(object);
-        }
+        m_messages.error(variable, error);
     }
 
 private:
-    std::string nameOf(const NamedVariable& variable) const {
-        const std::string prefix = m_severalEcus ? m_config.ecus[variable.ecu].name + "." : "";
-        return prefix + variable.record.name;
-    }
-
     std::string text(const NamedVariable& variable, const Bytes& bytes) const {
         const EcuRecord& ecu = m_config.ecus[variable.ecu];
         const std::string state = stateOf(ecu, variable.record, bytes);
@@ -74,7 +62,7 @@ private:
         const std::string unit = variable.record.unit.empty() ? "" : " " + variable.record.unit;
         const std::string raw =
             m_options.raw ? m_output.paint(Colour::dim, "  0x" + hexDigits(bytes.data(), bytes.size())) : "";
-        return fmt::format("{:<{}} = {}{}{}", nameOf(variable), m_width, value, unit, raw);
+        return fmt::format("{:<{}} = {}{}{}", m_messages.nameOf(variable), m_width, value, unit, raw);
     }
 
     Json object(const NamedVariable& variable, const Bytes& bytes) const {
@@ -94,7 +82,7 @@ private:
 
     const Config& m_config;
     const ReadOptions& m_options;
-    const bool m_severalEcus;
+    VariableMessages m_messages;
     Output m_output;
     JsonLines m_json;
     std::size_t m_width = 0;

@@ -40,7 +40,10 @@ std::int32_t computeSimulatedKey(std::uint8_t privilege, std::uint8_t seedLength
 class HelpedLibrary {
 public:
     HelpedLibrary(const SeedKeySource& source, std::string helper, SeedKeyComplaint complain)
-        : m_timeMs(source.timeMs), m_helper(std::move(helper)), m_complain(std::move(complain)) {
+        : m_timeMs(source.timeMs),
+          m_helper(std::move(helper)),
+          m_stop(source.stop),
+          m_complain(std::move(complain)) {
         m_request.library = source.path;
         m_request.ccp = source.ccp;
         m_request.entry = source.ccp ? kCcpSeedKeyEntry : kXcpSeedKeyEntry;
@@ -69,7 +72,7 @@ public:
 
 private:
     [[nodiscard]] SeedKeyAnswer run(const SeedKeyRequest& request) const {
-        SeedKeyAnswer answer = runSeedKeyHelper(m_helper, request, m_timeMs);
+        SeedKeyAnswer answer = runSeedKeyHelper(m_helper, request, m_timeMs, m_stop);
         if (!answer.problem.empty()) {
             m_complain("seed and key: " + answer.problem);
         }
@@ -79,6 +82,7 @@ private:
     SeedKeyRequest m_request;  ///< without what differs from call to call
     std::uint32_t m_timeMs;
     std::string m_helper;
+    std::function<bool()> m_stop;
     SeedKeyComplaint m_complain;
 };
 

@@ -26,6 +26,8 @@ struct SeedKeySource {
                                         ///< and anything but 0 for CCP
     std::uint32_t timeMs = kSeedKeyTimeMs;  ///< for loading, and for each key; milliseconds
     std::string helper;  ///< path of `talvex-seedkey`; empty: beside this program or on PATH
+    std::function<bool()>
+        stop{};  ///< asked now and then while it runs, on its thread: true ends it. Empty: never
 };
 
 /// Takes what is wrong with a library: its path, the reason and what to do.

@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <optional>
 #include <sstream>
+#include <string_view>
 
 #include <unistd.h>
 
@@ -24,11 +25,25 @@ std::string subject(const SeedKeyRequest& request) {
     return fmt::format("{}: {}", request.library, request.check ? "loading it" : request.entry);
 }
 
+/// @p argument as a shell takes it for one word.
+std::string quoted(const std::string& argument) {
+    constexpr std::string_view kPlain =
+        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_./:=,+@%-";
+    if (!argument.empty() && argument.find_first_not_of(kPlain) == std::string::npos) {
+        return argument;
+    }
+    std::string text = "'";
+    for (const char character : argument) {
+        text += character == '\'' ? std::string("'\\''") : std::string(1, character);
+    }
+    return text + "'";
+}
+
 /// The command by which a user sees the same.
 std::string byHand(const std::string& helper, const SeedKeyRequest& request) {
-    std::string command = helper;
+    std::string command = quoted(helper);
     for (const std::string& argument : seedKeyArguments(request)) {
-        command += ' ' + (argument.empty() ? "''" : argument);
+        command += ' ' + quoted(argument);
     }
     return command;
 }
@@ -98,10 +113,11 @@ std::string findSeedKeyHelper() {
     return {};
 }
 
-SeedKeyAnswer runSeedKeyHelper(const std::string& helper, const SeedKeyRequest& request,
-                               std::uint32_t timeMs) {
+SeedKeyAnswer runSeedKeyHelper(const std::string& helper, const SeedKeyRequest& request, std::uint32_t timeMs,
+                               const std::function<bool()>& stop) {
     ProcessBounds bounds;
     bounds.time = std::chrono::milliseconds(timeMs);
+    bounds.stop = stop;
     const ProcessOutcome outcome = runBounded(helper, seedKeyArguments(request), bounds);
     switch (outcome.end) {
         case ProcessEnd::exited:
@@ -117,6 +133,13 @@ SeedKeyAnswer runSeedKeyHelper(const std::string& helper, const SeedKeyRequest& 
         case ProcessEnd::tooMuch:
             return problem(fmt::format("{} printed more than {} bytes and was stopped; ask its maker",
                                        subject(request), bounds.output));
+        case ProcessEnd::stopped:
+            return problem(fmt::format("{} was interrupted", subject(request)));
+        case ProcessEnd::unknown:
+            return problem(
+                fmt::format("{}: nobody can tell how the helper ended, because something in this "
+                            "process waits for all others; try it by hand: {}",
+                            subject(request), byHand(helper, request)));
         case ProcessEnd::notStarted:
             break;
     }

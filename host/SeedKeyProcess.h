@@ -5,6 +5,7 @@
 #include "host/SeedKeyWire.h"
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -22,7 +23,8 @@ struct SeedKeyAnswer {
 /// Runs the helper. Any thread; takes no longer than @p timeMs and what the system needs.
 /// @param helper  path of the program; PATH is not searched
 /// @param timeMs  milliseconds until the helper is killed
+/// @param stop    asked now and then on this thread; true kills the helper. May be empty
 [[nodiscard]] SeedKeyAnswer runSeedKeyHelper(const std::string& helper, const SeedKeyRequest& request,
-                                             std::uint32_t timeMs);
+                                             std::uint32_t timeMs, const std::function<bool()>& stop);
 
 }  // namespace host

@@ -7,7 +7,7 @@ namespace host {
 namespace {
 
 constexpr std::size_t kPositionals = 5;
-constexpr std::size_t kCheckArguments = 3;
+constexpr std::size_t kCheckArguments = 3;  ///< and options
 
 /// @throws std::invalid_argument unless @p text is a decimal number from @p least to @p most
 std::uint16_t number(const std::string& text, const std::string& what, unsigned least, unsigned most) {
@@ -42,6 +42,15 @@ std::vector<std::uint8_t> seedOf(const std::string& text, bool ccp) {
     return *std::move(seed);
 }
 
+void takePositionals(SeedKeyRequest& request, const std::vector<std::string>& arguments) {
+    request.library = arguments[0];
+    request.entry = arguments[1];
+    request.ccp = choice(arguments[2], "the protocol", "ccp", "xcp");
+    request.privilege = static_cast<std::uint8_t>(number(arguments[3], "the privilege", 0, 0xFF));
+    request.seed = seedOf(arguments[4], request.ccp);
+    request.zeroIsSuccess = !request.ccp;
+}
+
 void takeOption(SeedKeyRequest& request, const std::string& name, const std::string& value) {
     if (name == "--success") {
         request.zeroIsSuccess = choice(value, name, "zero", "nonzero");
@@ -71,7 +80,7 @@ std::string seedKeyUsage() {
     return "usage: talvex-seedkey LIBRARY ENTRY xcp|ccp PRIVILEGE SEED [--success zero|nonzero] [--room "
            "BYTES] "
            "[--limit SECONDS]\n"
-           "       talvex-seedkey --check LIBRARY ENTRY\n"
+           "       talvex-seedkey --check LIBRARY ENTRY [--limit SECONDS]\n"
            "\n"
            "Calls the function ENTRY of a seed and key library and prints the key in hexadecimal.\n"
            "\n"
@@ -88,7 +97,7 @@ std::string seedKeyUsage() {
 
 std::vector<std::string> seedKeyArguments(const SeedKeyRequest& request) {
     if (request.check) {
-        return {"--check", request.library, request.entry};
+        return {"--check", request.library, request.entry, "--limit", std::to_string(request.limitS)};
     }
     return {request.library,
             request.entry,
@@ -106,22 +115,18 @@ std::vector<std::string> seedKeyArguments(const SeedKeyRequest& request) {
 SeedKeyRequest parseSeedKeyArguments(const std::vector<std::string>& arguments) {
     SeedKeyRequest request;
     request.check = !arguments.empty() && arguments.front() == "--check";
-    if (request.check && arguments.size() == kCheckArguments) {
-        request.library = arguments[1];
-        request.entry = arguments[2];
-        return request;
-    }
-    if (request.check || arguments.size() < kPositionals || (arguments.size() - kPositionals) % 2 != 0) {
+    const std::size_t fixed = request.check ? kCheckArguments : kPositionals;
+    if (arguments.size() < fixed || (arguments.size() - fixed) % 2 != 0) {
         throw std::invalid_argument("there are " + std::to_string(arguments.size()) +
                                     " arguments; --help tells what they have to be");
     }
-    request.library = arguments[0];
-    request.entry = arguments[1];
-    request.ccp = choice(arguments[2], "the protocol", "ccp", "xcp");
-    request.privilege = static_cast<std::uint8_t>(number(arguments[3], "the privilege", 0, 0xFF));
-    request.seed = seedOf(arguments[4], request.ccp);
-    request.zeroIsSuccess = !request.ccp;
-    for (std::size_t i = kPositionals; i < arguments.size(); i += 2) {
+    if (request.check) {
+        request.library = arguments[1];
+        request.entry = arguments[2];
+    } else {
+        takePositionals(request, arguments);
+    }
+    for (std::size_t i = fixed; i < arguments.size(); i += 2) {
         takeOption(request, arguments[i], arguments[i + 1]);
     }
     return request;

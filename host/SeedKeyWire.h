@@ -33,11 +33,11 @@ enum class SeedKeyStatus : int {
 
 /// One call of the helper.
 struct SeedKeyRequest {
-    std::string library;             ///< path
-    std::string entry;               ///< name of the function
-    bool check = false;              ///< only looks whether both are there; the rest does not matter
-    bool ccp = false;                ///< the function is called as those for CCP are, else as those for XCP
-    std::uint8_t privilege = 0;      ///< mask of the resource to be opened; functions for CCP do not get it
+    std::string library;         ///< path
+    std::string entry;           ///< name of the function
+    bool check = false;          ///< only looks whether both are there; of the rest `limitS` alone matters
+    bool ccp = false;            ///< the function is called as those for CCP are, else as those for XCP
+    std::uint8_t privilege = 0;  ///< mask of the resource to be opened; functions for CCP do not get it
     std::vector<std::uint8_t> seed;  ///< at most `mostSeedKeyBytes`
     bool zeroIsSuccess = true;       ///< which results of the function are a success: 0, or all others
     std::uint16_t room = 255;        ///< bytes that the key may have; at most `mostSeedKeyBytes`

@@ -14,14 +14,15 @@ namespace host {
 inline constexpr double kLeastSimSeconds = 0.1;
 inline constexpr double kMostSimSeconds = 86'400.0 * 365.0;
 
+/// What the command line says.
 struct SimOptions {
-    std::string config = "examples/demo.toml";
-    std::optional<std::string> listen;  ///< HOST:PORT of the socketcand server
-    std::vector<std::string> bridges;   ///< NAME=URL, bus of the configuration and bus outside
-    std::vector<std::string> busNames;  ///< buses to simulate; empty: all
-    std::optional<std::string> trace;   ///< file for every frame
-    std::optional<double> seconds;      ///< running time; nothing: until it is interrupted
-    bool json = false;
+    std::string config = "examples/demo.toml";  ///< file
+    std::optional<std::string> listen;          ///< HOST:PORT of the socketcand server
+    std::vector<std::string> bridges;           ///< NAME=URL, bus of the configuration and bus outside
+    std::vector<std::string> busNames;          ///< buses to simulate; empty: all
+    std::optional<std::string> trace;           ///< file for every frame
+    std::optional<double> seconds;              ///< running time; nothing: until it is interrupted
+    bool json = false;                          ///< one object a line on standard output
 };
 
 /// Data (with `json` one object a line) on standard output, messages on standard error.

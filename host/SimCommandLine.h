@@ -2,6 +2,7 @@
 /// The command line of `talvex sim`. In a header because only the program itself links CLI11.
 #pragma once
 
+#include "host/FiniteNumber.h"
 #include "host/SimCommand.h"
 
 #include <CLI/CLI.hpp>
@@ -27,7 +28,8 @@ inline void addSim(CLI::App& app, SimOptions& options, std::function<ExitCode()>
         ->allow_extra_args(false);
     sim->add_option("--trace", options.trace, "Writes every frame to this file, as candump -L does");
     sim->add_option("--seconds", options.seconds, "Ends by itself after this time")
-        ->check(CLI::Range(kLeastSimSeconds, kMostSimSeconds));
+        ->check(CLI::Range(kLeastSimSeconds, kMostSimSeconds))
+        ->check(finiteNumber());
     sim->add_flag("--json", options.json, "JSON, one object a line");
     sim->callback([&options, &chosen] { chosen = [&options] { return runSim(options); }; });
 }

@@ -1,5 +1,6 @@
 #include "host/SimPlan.h"
 
+#include "host/BusTrace.h"
 #include "host/BusUrl.h"
 #include "host/HostError.h"
 
@@ -61,6 +62,16 @@ BridgePlan planBridge(const std::string& text, const Config& config, const std::
 }
 
 }  // namespace
+
+std::optional<std::string> aliasOf(const Config& config, std::size_t bus) {
+    const std::string alias = interfaceName(config.buses.at(bus).channel);
+    for (std::size_t i = 0; i < config.buses.size(); ++i) {
+        if (i != bus && config.buses[i].name == alias) {
+            return std::nullopt;
+        }
+    }
+    return alias;
+}
 
 SimPlan planSim(const SimOptions& options, const Config& config) {
     SimPlan plan;

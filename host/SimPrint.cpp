@@ -1,7 +1,5 @@
 #include "host/SimPrint.h"
 
-#include "host/BusTrace.h"
-
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
@@ -26,8 +24,9 @@ Json readyJson(const Config& config, const SimPlan& plan, const SimRun& run) {
     line["buses"] = Json::array();
     for (const std::size_t index : plan.buses) {
         const BusRecord& bus = config.buses[index];
+        const std::optional<std::string> alias = aliasOf(config, index);
         line["buses"].push_back(Json{{"name", bus.name},
-                                     {"alias", interfaceName(bus.channel)},
+                                     {"alias", alias ? Json(*alias) : Json()},
                                      {"fd", bus.dataRate.has_value()},
                                      {"ecus", ecusOf(config, index)}});
     }
@@ -43,7 +42,8 @@ Json readyJson(const Config& config, const SimPlan& plan, const SimRun& run) {
 void SimPrint::ready(const SimRun& run) {
     for (const std::size_t index : m_plan.buses) {
         const BusRecord& bus = m_config.buses[index];
-        m_messages.line(fmt::format("bus {} ({}, {}) with {}", bus.name, interfaceName(bus.channel),
+        const std::optional<std::string> alias = aliasOf(m_config, index);
+        m_messages.line(fmt::format("bus {} ({}{}) with {}", bus.name, alias ? *alias + ", " : "",
                                     bus.dataRate ? "CAN FD" : "classic CAN",
                                     fmt::join(ecusOf(m_config, index), ", ")));
     }

@@ -57,8 +57,11 @@ void SimRun::traceBus(Bus& bus, const BusRecord& record, CandumpWriter& trace) {
 std::vector<ServedBus> SimRun::served() {
     std::vector<ServedBus> served;
     for (Bus& bus : m_buses) {
-        const BusRecord& record = m_config.buses[bus.index];
-        served.push_back({{record.name, interfaceName(record.channel)}, &bus.hub});
+        ServedBus names{{m_config.buses[bus.index].name}, &bus.hub};
+        if (const std::optional<std::string> alias = aliasOf(m_config, bus.index)) {
+            names.names.push_back(*alias);
+        }
+        served.push_back(std::move(names));
     }
     return served;
 }

@@ -2,6 +2,8 @@
 
 #include "host/MemoryPart.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <stdexcept>
 #include <utility>
@@ -115,13 +117,30 @@ std::vector<sim::MemorySegment> simulatedXcpMemory(const EcuRecord& ecu) {
     return segments;
 }
 
+/// Sectors of a simulated ECU have numbers of 8 bits.
+void requireSectorNumbers(const EcuRecord& ecu) {
+    constexpr std::uint64_t kMost = 0xFF;
+    std::uint64_t sectors = 0;
+    for (const SegmentRecord& segment : ecu.segments) {
+        sectors += segment.kind == SegmentKind::flash ? segment.size / ecu.flash.sectorSize : 0;
+    }
+    if (sectors > kMost) {
+        throw std::invalid_argument(
+            fmt::format("its flash has {} sectors, and a simulated ECU {} at most; "
+                        "give a larger flash.sector_size",
+                        sectors, kMost));
+    }
+}
+
 sim::FlashConfig simulatedFlash(const EcuRecord& ecu) {
+    requireSectorNumbers(ecu);
     sim::FlashConfig flash;
     flash.clearTime = ecu.flash.eraseMs * sim::Time{1'000'000};
     flash.programTime = ecu.flash.programUs * sim::Time{1000};
-    if (const SegmentRecord* segment = ecu.firstSegment(SegmentKind::flash)) {
-        for (std::uint32_t offset = 0; offset < segment->size; offset += ecu.flash.sectorSize) {
-            flash.sectors.push_back({.base = segment->address + offset, .size = ecu.flash.sectorSize});
+    for (const SegmentRecord& segment : ecu.segments) {
+        const std::uint32_t size = segment.kind == SegmentKind::flash ? segment.size : 0;
+        for (std::uint32_t offset = 0; offset < size; offset += ecu.flash.sectorSize) {
+            flash.sectors.push_back({.base = segment.address + offset, .size = ecu.flash.sectorSize});
         }
     }
     return flash;

@@ -1,7 +1,5 @@
 #include "host/SocketCanBus.h"
 
-#ifdef __linux__
-
 #include "host/HostError.h"
 #include "host/TcpSocket.h"
 
@@ -107,6 +105,9 @@ void bindTo(int socket, const std::string& interface) {
     sockaddr_can address{};
     address.can_family = AF_CAN;
     address.can_ifindex = static_cast<int>(if_nametoindex(interface.c_str()));
+    if (address.can_ifindex == 0) {  // which would be all interfaces
+        refuse(interface, "the interface is gone");
+    }
     if (bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
         refuse(interface,
                fmt::format("it cannot be opened as a CAN interface ({}); `ip -details link show type "
@@ -256,5 +257,3 @@ void SocketCanBus::fail(const std::string& reason) {
 }
 
 }  // namespace host
-
-#endif

@@ -2,8 +2,6 @@
 /// A CAN interface of this machine's Linux kernel.
 #pragma once
 
-#ifdef __linux__
-
 #include "host/CanBus.h"
 #include "host/FileHandle.h"
 #include "host/SocketCanFrames.h"
@@ -17,8 +15,9 @@
 
 namespace host {
 
+/// What an interface is opened for.
 struct SocketCanOptions {
-    std::string interface;
+    std::string interface;     ///< name, "can0"
     bool fd = false;           ///< the host sends CAN FD; the interface has to do it
     std::vector<FrameId> ids;  ///< what is listened to, own frames included; empty: everything
 };
@@ -61,5 +60,3 @@ private:
 };
 
 }  // namespace host
-
-#endif

@@ -1,7 +1,5 @@
 #include "host/SocketCanFrames.h"
 
-#ifdef __linux__
-
 #include <linux/can/error.h>
 #include <linux/can/raw.h>
 #include <sys/time.h>
@@ -101,5 +99,3 @@ std::vector<can_filter> kernelFilters(const std::vector<FrameId>& ids) {
 }
 
 }  // namespace host
-
-#endif

@@ -2,8 +2,6 @@
 /// What passes between the host and the CAN sockets of the Linux kernel.
 #pragma once
 
-#ifdef __linux__
-
 #include "host/CanBus.h"
 
 #include <linux/can.h>
@@ -46,5 +44,3 @@ struct KernelNote {
 [[nodiscard]] std::vector<can_filter> kernelFilters(const std::vector<FrameId>& ids);
 
 }  // namespace host
-
-#endif

@@ -39,6 +39,8 @@ SocketcandBus::SocketcandBus(const BusUrl& url, Receiver receiver)
       m_shiftUs(nowUs<std::chrono::system_clock>() - nowUs<SocketClock>()) {
     try {
         connect(url);
+    } catch (const HostError&) {
+        throw;  // an interrupt, which has nothing to do with the server
     } catch (const std::runtime_error& error) {
         throw HostError(
             fmt::format("{}: {}; check that the server runs there and offers this bus", m_name, error.what()),
@@ -80,11 +82,11 @@ void SocketcandBus::expect(const std::string& content, SocketClock::time_point d
 
 std::string SocketcandBus::nextElement(SocketClock::time_point deadline) {
     while (m_elements.empty()) {
-        if (SocketClock::now() >= deadline || !waitForSocket(m_socket.get(), POLLIN, deadline)) {
+        if (SocketClock::now() >= deadline || !awaitSocket(m_socket.get(), POLLIN, deadline)) {
             throw std::runtime_error("the server does not answer");
         }
-        if (!receive()) {
-            throw std::runtime_error(failure());
+        if (const std::string problem = receive(); !problem.empty()) {
+            throw std::runtime_error(problem);
         }
     }
     std::string element = std::move(m_elements.front());
@@ -99,26 +101,28 @@ void SocketcandBus::run() {
         std::array<pollfd, 2> entries{{{m_wakeUp.descriptor(), POLLIN, 0}, {m_socket.get(), POLLIN, 0}}};
         poll(entries.data(), open ? 2 : 1, -1);
         m_wakeUp.clear();
-        open = open && receive();
+        if (const std::string problem = open ? receive() : ""; !problem.empty()) {
+            open = false;
+            fail(problem);
+        }
         takeElements();
         reportOwn(std::numeric_limits<std::uint64_t>::max());
     }
 }
 
-/// Takes in what is there. @return false if the connection is gone
-bool SocketcandBus::receive() {
+/// Takes in what is there. @return why the connection is gone; empty if it is not
+std::string SocketcandBus::receive() {
     std::array<char, 4096> bytes{};
     const ssize_t count = recv(m_socket.get(), bytes.data(), bytes.size(), 0);
     if (count > 0) {
         m_reader.read({bytes.data(), static_cast<std::size_t>(count)},
                       [this](std::string_view content) { m_elements.emplace_back(content); });
-        return true;
+        return {};
     }
     if (count < 0 && (errno == EAGAIN || errno == EINTR)) {
-        return true;
+        return {};
     }
-    fail(count == 0 ? "the server closed the connection" : std::strerror(errno));
-    return false;
+    return count == 0 ? "the server closed the connection" : std::strerror(errno);
 }
 
 /// What is no frame and no error says nothing about the bus.

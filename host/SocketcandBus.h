@@ -47,7 +47,7 @@ private:
     [[nodiscard]] std::string nextElement(SocketClock::time_point deadline);
 
     void run();
-    [[nodiscard]] bool receive();
+    [[nodiscard]] std::string receive();
     void takeElements();
     void takeFrame(const BusFrame& frame);
     void reportOwn(std::uint64_t limitUs);

@@ -17,7 +17,7 @@ namespace host {
 
 /// A bus that a server offers.
 struct ServedBus {
-    std::vector<std::string> names;  ///< by each of which a client may open it
+    std::vector<std::string> names;  ///< by each of which a client may open it; no two buses share one
     BusHub* hub = nullptr;           ///< outlives the server
 };
 

@@ -1,5 +1,8 @@
 #include "host/TcpSocket.h"
 
+#include "host/HostError.h"
+#include "host/Interrupt.h"
+
 #include <fmt/format.h>
 
 #include <netdb.h>
@@ -18,6 +21,9 @@ namespace host {
 namespace {
 
 constexpr int kBacklog = 16;
+
+/// How long an interrupt may go unseen: the signal may come to another thread.
+constexpr std::chrono::milliseconds kInterruptSlice{50};
 
 struct AddressCloser {
     void operator()(addrinfo* list) const { freeaddrinfo(list); }
@@ -55,6 +61,16 @@ int pendingError(int socket) {
     return getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &size) == 0 ? error : errno;
 }
 
+/// What there is until @p deadline for @p address, if those that follow it in its list are to get as much.
+SocketClock::time_point shareOf(SocketClock::time_point deadline, const addrinfo& address) {
+    const auto now = SocketClock::now();
+    int addresses = 0;
+    for (const addrinfo* next = &address; next != nullptr; next = next->ai_next) {
+        ++addresses;
+    }
+    return now + (deadline - now) / addresses;
+}
+
 /// @return 0 or the error
 int connectTo(int socket, const addrinfo& address, SocketClock::time_point deadline) {
     if (connect(socket, address.ai_addr, address.ai_addrlen) == 0) {
@@ -63,7 +79,7 @@ int connectTo(int socket, const addrinfo& address, SocketClock::time_point deadl
     if (errno != EINPROGRESS) {
         return errno;
     }
-    return waitForSocket(socket, POLLOUT, deadline) ? pendingError(socket) : ETIMEDOUT;
+    return awaitSocket(socket, POLLOUT, deadline) ? pendingError(socket) : ETIMEDOUT;
 }
 
 /// @return 0 or the error
@@ -105,9 +121,24 @@ bool waitForSocket(int socket, short events, SocketClock::time_point deadline) {
     }
 }
 
+bool awaitSocket(int socket, short events, SocketClock::time_point deadline) {
+    for (;;) {
+        if (interrupted()) {
+            throw HostError("interrupted", ExitCode::interrupted);
+        }
+        const auto slice = std::min(deadline, SocketClock::now() + kInterruptSlice);
+        if (waitForSocket(socket, events, slice)) {
+            return true;
+        }
+        if (slice == deadline) {
+            return false;
+        }
+    }
+}
+
 FileHandle connectTcp(const Endpoint& server, SocketClock::time_point deadline) {
     FileHandle handle = firstOf(lookUp(server, 0), [deadline](int socket, const addrinfo& address) {
-        return connectTo(socket, address, deadline);
+        return connectTo(socket, address, shareOf(deadline, address));
     });
     sendAtOnce(handle.get());
     return handle;

@@ -17,7 +17,13 @@ using SocketClock = std::chrono::steady_clock;
 /// @return false if @p deadline came first
 [[nodiscard]] bool waitForSocket(int socket, short events, SocketClock::time_point deadline);
 
-/// Connects to @p server. The look-up of its name takes as long as the system takes for it.
+/// As waitForSocket(), for a program that is being interrupted.
+/// @throws HostError ExitCode::interrupted
+[[nodiscard]] bool awaitSocket(int socket, short events, SocketClock::time_point deadline);
+
+/// Connects to @p server; each of its addresses gets its share of the time. The look-up of its name takes as
+/// long as the system takes for it.
+/// @throws HostError ExitCode::interrupted
 /// @throws std::runtime_error with the reason alone, such as "Connection refused" or that nobody answers
 [[nodiscard]] FileHandle connectTcp(const Endpoint& server, SocketClock::time_point deadline);
 

@@ -2,18 +2,12 @@
 
 #include "host/HexPrint.h"
 #include "host/HexSave.h"
-#include "host/HostError.h"
 #include "host/MemoryCommand.h"
 #include "host/MemoryLink.h"
 #include "host/RunCommand.h"
 
-#include <fmt/format.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
-#include <csignal>
-#include <filesystem>
 
 namespace host {
 namespace {
@@ -30,14 +24,15 @@ std::vector<PartKind> kindsFor(const EcuRecord& ecu, const MemoryOptions& option
     return {first != kDefaults.end() ? *first : PartKind::workingPage};
 }
 
-/// Before minutes go into reading what cannot be written then.
-void requireWritableFolder(const std::string& path) {
-    const std::filesystem::path parent = std::filesystem::path(path).parent_path();
-    const std::string folder = parent.empty() ? "." : parent.string();
-    std::error_code error;
-    if (!std::filesystem::is_directory(folder, error) || access(folder.c_str(), W_OK | X_OK) != 0) {
-        throw HostError(
-            fmt::format("{}: cannot be written: {} is no folder that files can be made in", path, folder));
+/// The library reads other memory along with what is asked for.
+void printParts(const EcuRecord& ecu, const std::vector<PartKind>& kinds, MemoryPrint& print) {
+    for (const MemoryPart& part : requireParts(ecu, kinds)) {
+        print.plan({"read", rangeOf(part), partKindName(part.kind)});
+    }
+    for (const MemoryPart& part : partsReached(ecu, memTypeOf(kinds))) {
+        if (std::find(kinds.begin(), kinds.end(), part.kind) == kinds.end()) {
+            print.plan({"along", rangeOf(part), partKindName(part.kind), ", read along and left out"});
+        }
     }
 }
 
@@ -55,17 +50,13 @@ std::list<mem_buf> imageOf(const EcuRecord& ecu, mcMemOperType type, const std::
 }
 
 ExitCode upload(const MemoryOptions& options) {
-    static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
-    static_cast<void>(hexFormatOf(options.file));
+    requireHexTarget(options.file);
     MemoryTarget target(options.link);
     const EcuRecord& ecu = target.ecu();
     const std::vector<PartKind> kinds = kindsFor(ecu, options);
     requireOneAtAnAddress(ecu, kinds);
     target.print.head("to " + options.file);
-    for (const MemoryPart& part : requireParts(ecu, kinds)) {
-        target.print.plan({"read", rangeOf(part), partKindName(part.kind)});
-    }
-    requireWritableFolder(options.file);
+    printParts(ecu, kinds, target.print);
     if (options.dryRun) {
         return ended(ExitCode::done, target.print);
     }
@@ -73,7 +64,7 @@ ExitCode upload(const MemoryOptions& options) {
     const mcMemOperType type = memTypeOf(kinds);
     const std::list<mem_buf> image = imageOf(ecu, type, kinds, link.upload(type));
     saveHexFile(image, options.file);
-    target.print.message(imageText(options.file, image));
+    target.print.written(options.file, image);
     return ended(ExitCode::done, target.print);
 }
 

@@ -43,8 +43,8 @@ bool isAddress(std::string_view text) {
 
 HostError badAddress(const std::string& text, const std::string& found) {
     return HostError(fmt::format("{}: found \"{}\" behind the address; give a number of bytes, 1 to {}, or "
-                                 "one of u8, i8, u16, i16, u32, i32, u64, i64, f32, f64",
-                                 text, found, kMostBytes),
+                                 "one of {}",
+                                 text, found, kMostBytes, fmt::join(valueTypeNames(), ", ")),
                      ExitCode::usage);
 }
 

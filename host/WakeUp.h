@@ -12,7 +12,10 @@ public:
     /// @throws std::system_error if the system has no more descriptors
     WakeUp();
 
+    /// Makes it readable.
     void set() const;
+
+    /// Makes it wait for the next set().
     void clear() const;
 
     /// For poll().

@@ -8,6 +8,7 @@
 #include "host/PhysicalValue.h"
 #include "host/RunCommand.h"
 #include "host/VariableAccess.h"
+#include "host/VariableMessages.h"
 
 #include <fmt/format.h>
 
@@ -70,6 +71,7 @@ public:
         : m_config(config),
           m_assignments(assignments),
           m_access(config, ecusOf(variables(assignments)), options.link),
+          m_messages(config, variables(assignments), options.link.json),
           m_asJson(options.link.json),
           m_output(stdout, !options.link.noColour),
           m_json(stdout) {}
@@ -80,11 +82,17 @@ public:
         for (const Assignment& assignment : m_assignments) {
             outcomes.push_back({m_access.read(assignment.variable), std::nullopt});
         }
-        for (std::size_t i = 0; i < m_assignments.size(); ++i) {
-            outcomes[i].error = m_access.write(m_assignments[i].variable, m_assignments[i].bytes);
-        }
-        for (std::size_t i = 0; i < m_assignments.size(); ++i) {
-            compare(m_assignments[i], outcomes[i]);
+        try {
+            for (; m_written < m_assignments.size(); ++m_written) {
+                const Assignment& assignment = m_assignments[m_written];
+                outcomes[m_written].error = m_access.write(assignment.variable, assignment.bytes);
+            }
+            for (; m_compared < m_assignments.size(); ++m_compared) {
+                compare(m_assignments[m_compared], outcomes[m_compared]);
+            }
+        } catch (const HostError&) {
+            tellRest();
+            throw;
         }
         return m_code;
     }
@@ -95,6 +103,14 @@ private:
         std::transform(assignments.begin(), assignments.end(), std::back_inserter(variables),
                        [](const Assignment& assignment) { return assignment.variable; });
         return variables;
+    }
+
+    /// What may be in the ECUs without having been looked at, the one whose writing failed included.
+    void tellRest() {
+        const std::size_t begun = std::min(m_written + 1, m_assignments.size());
+        for (std::size_t i = m_compared; i < begun; ++i) {
+            m_messages.notReadBack(m_assignments[i].variable, m_assignments[i].bytes);
+        }
     }
 
     std::string shown(const NamedVariable& variable, const std::vector<std::uint8_t>& bytes) const {
@@ -128,16 +144,8 @@ private:
             ExitCode::different);
     }
 
-    /// The message for a person, and for programs an object as well.
     void complain(const Assignment& assignment, const HostError& error) {
-        Output(stderr, false).line(std::string("talvex: ") + error.what());
-        if (m_asJson) {
-            Json object = jsonObject("error");
-            object["ecu"] = m_config.ecus[assignment.variable.ecu].name;
-            object["name"] = assignment.variable.record.name;
-            object["error"] = error.what();
-            m_json.write(object);
-        }
+        m_messages.error(assignment.variable, error);
         m_code = m_code == ExitCode::done ? error.code() : m_code;
     }
 
@@ -149,7 +157,7 @@ private:
         }
         const std::string nearest =
             assignment.exact ? "" : fmt::format(" (the nearest to {})", assignment.text);
-        m_output.line(fmt::format("{}: {} -> {}{}", assignment.variable.record.name,
+        m_output.line(fmt::format("{}: {} -> {}{}", m_messages.nameOf(assignment.variable),
                                   shown(assignment.variable, before), shown(assignment.variable, now),
                                   nearest));
     }
@@ -174,9 +182,12 @@ private:
     const Config& m_config;
     const std::vector<Assignment>& m_assignments;
     VariableAccess m_access;
+    VariableMessages m_messages;
     const bool m_asJson;
     Output m_output;
     JsonLines m_json;
+    std::size_t m_written = 0;   ///< how many
+    std::size_t m_compared = 0;  ///< how many of them
     ExitCode m_code = ExitCode::done;
 };
 

@@ -37,6 +37,10 @@ protected:
         EXPECT_EQ(verdict.code, code);
     }
 
+    AnswerVerdict verdict() const { return m_watch.memoryVerdict(0); }
+
+    const host::Config m_config = oneEcu();
+    AnswerWatch m_watch{m_config, {0}};
     const Bytes m_clear{0xD1, 0, 0, 0, 0, 0x10, 0, 0};
     const Bytes m_reset{0xCF};
     const Bytes m_setPage{0xEB, 3, 0, 0};
@@ -51,9 +55,6 @@ private:
         std::copy(bytes.begin(), bytes.end(), made.frame.data.begin());
         m_watch.take(0, made);
     }
-
-    const host::Config m_config = oneEcu();
-    AnswerWatch m_watch{m_config, {0}};
 };
 
 TEST_F(MemoryAnswers, RefusalStaysWhenTheLibraryGoesOn) {
@@ -97,6 +98,48 @@ TEST_F(MemoryAnswers, BlockOfSeveralFramesHasOneAnswer) {
     sent(m_reset);
     answered(m_done);
     expect(ExitCode::failed, "");
+}
+
+class StartAnswers : public MemoryAnswers {
+protected:
+    StartAnswers() { m_watch.beginStart(0); }
+
+    const Bytes m_setMode{0xE0, 0, 0, 0, 0, 0, 1, 0};
+    const Bytes m_start{0xDD, 1};
+    const Bytes m_writeDaq{0xE1, 0xFF, 4, 0, 0, 0, 0, 0x20};
+    const Bytes m_shortUpload{0xF4, 4, 0, 0, 0, 0, 0, 0x20};
+    const Bytes m_unknown{0xFE, 0x20};
+};
+
+TEST_F(StartAnswers, RefusedModeOfAListStays) {
+    sent(m_setMode);
+    answered(m_unknown);
+    sent(m_start);
+    answered(m_done);
+    EXPECT_EQ(verdict().code, ExitCode::refused);
+    EXPECT_EQ(verdict().text.substr(0, 44), "SET_DAQ_LIST_MODE was answered with error 0x");
+}
+
+TEST_F(StartAnswers, EntryThatIsPolledInsteadIsNoRefusal) {
+    sent(m_writeDaq);
+    answered(m_unknown);
+    sent(m_start);
+    answered(m_done);
+    EXPECT_EQ(verdict().text, "");
+}
+
+TEST_F(StartAnswers, PollingThatGoesOnIsNotAwaited) {
+    sent(m_start);
+    answered(m_done);
+    sent(m_shortUpload);
+    EXPECT_EQ(verdict().text, "");
+}
+
+TEST_F(StartAnswers, CommandWithoutAnAnswerStays) {
+    sent(m_setMode);
+    sent(m_start);
+    answered(m_done);
+    EXPECT_EQ(verdict().code, ExitCode::noAnswer);
 }
 
 }  // namespace

@@ -2,10 +2,14 @@
 
 #include "host/BoundedProcess.h"
 
+#include "host/Interrupt.h"
+#include "tests/host/BusTesting.h"
+
 #include <gtest/gtest.h>
 
 #include <cerrno>
 #include <csignal>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -23,6 +27,14 @@ using std::chrono::minutes;
 
 ProcessOutcome shell(const std::string& script, const ProcessBounds& bounds = {minutes(1), 1'000}) {
     return runBounded("/bin/sh", {"-c", script}, bounds);
+}
+
+// Whether the process is no more, or waits for nobody but its parent.
+bool isGone(pid_t process) {
+    std::ifstream stat("/proc/" + std::to_string(process) + "/stat");
+    std::string text;
+    std::getline(stat, text);
+    return text.empty() || text.find(") Z ") != std::string::npos;
 }
 
 TEST(ABoundedProcess, TellsItsExitCodeAndBothStreamsApart) {
@@ -69,6 +81,31 @@ TEST(ABoundedProcess, IsNotWaitedForLongerThanItselfThoughAChildKeepsItsStreams)
     const ProcessOutcome outcome = shell("sleep 1000 & echo $!");
     EXPECT_EQ(outcome.end, ProcessEnd::exited);
     ASSERT_FALSE(outcome.output.empty());
+    const auto child = static_cast<pid_t>(std::stol(outcome.output));
+    ASSERT_GT(child, 0);
+    EXPECT_TRUE(host_test::becomes([child] { return isGone(child); }));
+}
+
+TEST(ABoundedProcess, IsKilledWhenItIsToStop) {
+    int asked = 0;
+    ProcessBounds bounds{minutes(1), 1'000};
+    bounds.stop = [&asked] { return ++asked == 3; };
+    const ProcessOutcome outcome = shell("echo out; sleep 1000", bounds);
+    EXPECT_EQ(outcome.end, ProcessEnd::stopped);
+    EXPECT_EQ(asked, 3);
+}
+
+// Nobody can tell then how it ended, least of all that it went well.
+TEST(ABoundedProcess, OfAParentThatIgnoresItsEndIsUnknown) {
+    std::signal(SIGCHLD, SIG_IGN);
+    EXPECT_EQ(shell("kill -SEGV $$").end, ProcessEnd::unknown);
+    EXPECT_EQ(shell("exit 0").end, ProcessEnd::unknown);
+}
+
+TEST(ABoundedProcess, IsKnownToAParentThatWatchesInterrupts) {
+    std::signal(SIGCHLD, SIG_IGN);
+    host::watchInterrupts();
+    EXPECT_EQ(shell("kill -SEGV $$").end, ProcessEnd::signalled);
 }
 
 TEST(ABoundedProcess, ThatIsNotThereIsNotStarted) {

@@ -14,6 +14,7 @@ using host_test::Mistake;
 
 const std::vector<Mistake> kFieldMistakes = {
     {"EmptyUrl", "channel = 3", "channel = 3\nurl = \"\"", ":8: bus.url: is empty; give a text"},
+    {"UrlOfNoKind", "channel = 3", "channel = 3\nurl = \"bogus:x\"", ":8: bus.url: bus \"bogus:x\": "},
     {"UrlIsNoText", "channel = 3", "channel = 3\nurl = 5",
      ":8: bus.url: found integer; give a text in quotation marks"},
     {"SingleTimeoutOfZero", "command_ms = 50", "command_ms = 50, t7_ms = 0",
@@ -72,10 +73,30 @@ const std::vector<Mistake> kFieldMistakes = {
      ":23: ecu.daq.list: is missing; give at least one, or leave out dynamic = false"},
     {"StaticListsThatSharePids", "identification = \"relative word\"",
      "dynamic = false, list = [{ odts = 3, first_pid = 4 }, { odts = 1, first_pid = 6 }]",
-     ":14: ecu.daq.list: in \"a\": the one from first_pid 6 on shares 6 with another"},
+     ":23: ecu.daq.list: in \"a\": the one from first_pid 6 on shares 6 with another; give each its own "
+     "first_pid"},
+    {"StaticListsWithoutLimitThatSharePids", "identification = \"relative word\"",
+     "dynamic = false, list = [{}, {}]",
+     ":23: ecu.daq.list: in \"a\": the one from first_pid 0 on shares 0 with another; give each its own "
+     "first_pid"},
+    {"FirstPidThatIsNoPacket", "identification = \"relative word\"",
+     "dynamic = false, list = [{ first_pid = 251 }]",
+     ":23: ecu.daq.list.first_pid: found 251, which the library takes for no packet; give 250 or less"},
+    {"ListsOfFixedEventsThatFollowEachOther", "identification = \"relative word\"",
+     "dynamic = false, list = [{ first_pid = 1, fixed_event = \"fast\" }, { first_pid = 9, fixed_event = "
+     "\"slow\" }]",
+     ":23: ecu.daq.list.fixed_event: in \"a\": the library delivers nothing of list 1, because the events up "
+     "to \"slow\" all have a predefined list; leave fixed_event out"},
     {"StaticListBehindTheLastPid", "identification = \"relative word\"",
      "dynamic = false, list = [{ odts = 3, first_pid = 250 }]",
-     ":14: ecu.daq.list: in \"a\": the one from first_pid 250 on ends behind 251"},
+     ":23: ecu.daq.list: in \"a\": the one from first_pid 250 on ends behind 250; give it a lower first_pid "
+     "or "
+     "fewer odts"},
+    {"MinListsTooMany", "packing = \"whole\"", "packing = \"whole\", min_lists = 256",
+     ":23: ecu.daq.min_lists: found 256; allowed are 0 to 255"},
+    {"UnknownTimestampUnit", "timestamp_size = 2", "timestamp_size = 2, timestamp_unit = \"min\"",
+     ":23: ecu.daq.timestamp_unit: found \"min\"; give one of \"ps\", \"10ps\", \"100ps\", \"ns\", "
+     "\"10ns\", \"100ns\", \"us\", \"10us\", \"100us\", \"ms\", \"10ms\", \"100ms\", \"s\""},
     {"FixedEventIsNone", "packing = \"whole\"", "packing = \"whole\", list = [{ fixed_event = \"late\" }]",
      ":23: ecu.daq.list.fixed_event: found \"late\"; give one of \"fast\", \"slow\""},
     {"FirstListIsNone", "packing = \"bytes\"", "packing = \"bytes\", first_list = 2",
@@ -83,9 +104,14 @@ const std::vector<Mistake> kFieldMistakes = {
     {"IdentifierOfAnEventIsLong", "priority = 9", "priority = 9, ids = [0x610, 0x800]",
      ":24: ecu.event.ids: found 0x800; without extended = true an identifier has 11 bits, up to 0x7FF"},
     {"IdentifierOfAnEventIsThatOfCommands", "priority = 9", "priority = 9, ids = [0x610, 0x600]",
-     ":14: ecu.event.ids: in \"a\": those of \"fast\" hold command_id; leave it out"},
+     ":24: ecu.event.ids: in \"a\": those of \"fast\" hold command_id; leave it out"},
     {"IdentifierOfAnEventIsThatOfAnotherEcu", "priority = 9", "priority = 9, ids = [0x701]",
-     ":57: ecu.command_id: shares an identifier with \"a\" on the same bus"},
+     ":58: ecu.response_id: in \"c\": 0x701 is the event.ids of \"a\" on the same bus; give another "
+     "identifier"},
+    {"BroadcastIsAResponseOfAnotherEcu", "station_address = 0x1234",
+     "station_address = 0x1234\nbroadcast_id = 0x601",
+     ":57: ecu.broadcast_id: in \"c\": 0x601 is the response_id of \"a\" on the same bus; give another "
+     "identifier"},
     {"ListsOfAnEventTooMany", "priority = 9", "priority = 9, max_lists = 256",
      ":24: ecu.event.max_lists: found 256; allowed are 0 to 255"},
     {"PagesOfOneNumber", "{ address = 0x2000, size = 0x10 }",
@@ -119,7 +145,7 @@ const std::vector<Mistake> kFieldMistakes = {
      "variables = [{ name = \"gain\", address = 0x1000, size = 1, event = \"fast\" }]\nparameters = [{ name "
      "= "
      "\"gain\"",
-     ":52: ecu.parameters: in \"c\": \"gain\" is the name of a variable as well; give each its own"},
+     ":69: ecu.parameters: in \"c\": \"gain\" is the name of a variable as well; give each its own"},
 };
 
 class ConfigFieldMistake : public ::testing::TestWithParam<Mistake> {};

@@ -97,6 +97,56 @@ TEST(ConfigFields, TimestampsAreAskedForIfThereAreAnyUnlessTheFileSaysOtherwise)
     EXPECT_EQ(daq.pollPeriodMs, 30);
 }
 
+TEST(ConfigFields, TimestampsGoFromPicosecondsToSeconds) {
+    const std::vector<std::pair<std::string, int>> rows = {
+        {"ps", 10}, {"100ps", 12}, {"ns", 0}, {"10ns", 1}, {"100ns", 2}, {"us", 3}, {"s", 9}};
+    for (const auto& [word, code] : rows) {
+        EXPECT_EQ(ecuWith(0, "timestamp_size = 2", "timestamp_size = 2, timestamp_unit = \"" + word + "\"")
+                      .daq.timestampUnit,
+                  code)
+            << word;
+    }
+}
+
+TEST(ConfigFields, EventsOfARealEcuCanBeFasterThanThoseOfASimulatedOne) {
+    EXPECT_EQ(ecuWith(1, "cycle = 100, unit = \"us\"", "cycle = 50, unit = \"us\"").events[0].periodNs,
+              50'000U);
+}
+
+TEST(ConfigFields, FlashOfARealEcuCanHaveManySectorsAndSegments) {
+    EXPECT_EQ(
+        ecuWith(2, "address = 0x8000, size = 0x400", "address = 0x8000, size = 0x10000").segments[2].size,
+        0x10000U);
+    const host::EcuRecord ecu =
+        ecuWith(2, "address = 0x8000, size = 0x400 }",
+                "address = 0x8000, size = 0x400 }, { kind = \"flash\", address = 0x9000, size = 0x100 }");
+    EXPECT_EQ(ecu.segments[3].kind, host::SegmentKind::flash);
+}
+
+TEST(ConfigFields, PagesOfAnXcpSegmentCanBeBeyondSelection) {
+    const std::string segment =
+        "{ address = 0x2000, size = 0x10 }, { kind = \"calibration\", address = 0x3000, "
+        "size = 8";
+    EXPECT_TRUE(ecuWith(0, "{ address = 0x2000, size = 0x10 }", segment + " }").segments[2].paged);
+    EXPECT_FALSE(
+        ecuWith(0, "{ address = 0x2000, size = 0x10 }", segment + ", paged = false }").segments[2].paged);
+}
+
+TEST(ConfigFields, ListsThatAreAlwaysThereAreCounted) {
+    EXPECT_EQ(load(kGood).ecus[0].daq.minLists, 0);
+    EXPECT_EQ(ecuWith(0, "packing = \"whole\"", "packing = \"whole\", min_lists = 3").daq.minLists, 3);
+}
+
+TEST(ConfigFields, EcusMayListenToOneBroadcast) {
+    const std::string both =
+        host_test::replaced(kGood, "response_id = 0x601", "response_id = 0x601\nbroadcast_id = 0x7F0");
+    EXPECT_EQ(
+        load(host_test::replaced(both, "response_id = 0x701", "response_id = 0x701\nbroadcast_id = 0x7F0"))
+            .ecus[2]
+            .broadcastId,
+        0x7F0U);
+}
+
 TEST(ConfigFields, StaticListsOfXcpAreAllThereAre) {
     const host::DaqRecord daq =
         ecuWith(

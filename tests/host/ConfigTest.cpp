@@ -174,6 +174,25 @@ TEST(Config, MissingFileIsNamedWithTheReason) {
     }
 }
 
+TEST(Config, FolderIsNamedWithTheReason) {
+    try {
+        static_cast<void>(host::loadConfig("/"));
+        FAIL() << "no error";
+    } catch (const host::ConfigError& error) {
+        EXPECT_STREQ(error.what(), "/: cannot be read: Is a directory");
+    }
+}
+
+TEST(Config, EmptyFileHasNoSchema) {
+    const host_test::TempFile file("");
+    try {
+        static_cast<void>(host::loadConfig(file.path()));
+        FAIL() << "no error";
+    } catch (const host::ConfigError& error) {
+        EXPECT_THAT(error.what(), ::testing::HasSubstr("schema: is missing; give a whole number from 1"));
+    }
+}
+
 TEST(Config, SecondEcuOnTheSameIdentifierAndBusIsRefused) {
     const std::string content =
         host_test::replaced(host_test::replaced(kGood, "bus = \"one\"", "bus = \"two\""),
@@ -182,9 +201,9 @@ TEST(Config, SecondEcuOnTheSameIdentifierAndBusIsRefused) {
         static_cast<void>(load(content));
         FAIL() << "no error";
     } catch (const host::ConfigError& error) {
-        EXPECT_THAT(
-            error.what(),
-            ::testing::HasSubstr(":41: ecu.command_id: shares an identifier with \"a\" on the same bus"));
+        EXPECT_THAT(error.what(), ::testing::HasSubstr(
+                                      ":42: ecu.response_id: in \"b\": 0x601 is the response_id of \"a\" on "
+                                      "the same bus; give another identifier"));
     }
 }
 

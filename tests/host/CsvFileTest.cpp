@@ -4,10 +4,14 @@
 #include "host/HostError.h"
 #include "tests/host/Program.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <csignal>
+#include <cstdio>
 #include <fstream>
 #include <sstream>
 
@@ -38,6 +42,28 @@ TEST(CsvFile, ReplacesWhatTheFileHeldAndEndsLinesWithALineFeed) {
         csv.row({"0.5", "", "3"});
     }
     EXPECT_EQ(contentOf(file.path()), "time,a,b\n0.5,,3\n");
+}
+
+TEST(CsvFile, FileWithoutALineKeepsWhatItHeld) {
+    const host_test::TempFile file("an older recording\n");
+    { CsvFile csv(file.path()); }
+    EXPECT_EQ(contentOf(file.path()), "an older recording\n");
+}
+
+TEST(CsvFile, PipeWithoutAReaderThatReadsIsGivenUp) {
+    const host_test::TempFile file("");
+    std::remove(file.path().c_str());
+    ASSERT_EQ(mkfifo(file.path().c_str(), 0600), 0);
+    const int reader = open(file.path().c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    ASSERT_GE(reader, 0);
+    CsvFile csv(file.path(), [] { return true; });
+    try {
+        csv.row({std::string(1U << 20U, 'x')});
+        FAIL() << "no error";
+    } catch (const host::HostError& error) {
+        EXPECT_EQ(error.what(), file.path() + ": cannot be written: its reader stands still");
+    }
+    close(reader);
 }
 
 TEST(CsvFile, FileThatCannotBeOpenedIsNamed) {

@@ -54,7 +54,7 @@ TEST(DecodeProcess, JsonIsAnObjectALineAndTheLastIsTheResult) {
     const Outcome outcome = runProgram({"decode", "examples/demo.log", "--json"});
     EXPECT_EQ(outcome.code, 0);
     const std::vector<nlohmann::json> objects = jsonOf(outcome.out);
-    ASSERT_EQ(objects.size(), 274U);
+    ASSERT_EQ(objects.size(), 275U);
     for (std::size_t i = 0; i < 273; ++i) {
         const nlohmann::json& frame = objects[i];
         EXPECT_EQ(frame.at("schema"), 1);
@@ -63,7 +63,9 @@ TEST(DecodeProcess, JsonIsAnObjectALineAndTheLastIsTheResult) {
         EXPECT_TRUE(frame.at("fields").is_array());
         EXPECT_EQ(frame.size(), 14U);
     }
-    EXPECT_EQ(objects.back(), nlohmann::json::parse(R"({"schema": 1, "type": "result", "exit_code": 0,
+    EXPECT_EQ(objects.back(), nlohmann::json::parse(R"({"schema": 1, "type": "result", "command": "decode",
+        "code": 0, "error": null})"));
+    EXPECT_EQ(objects[273], nlohmann::json::parse(R"({"schema": 1, "type": "log",
         "lines": 273, "frames": 273, "ours": 273, "others": 0, "malformed": 0})"));
 }
 
@@ -144,9 +146,9 @@ TEST(DecodeProcess, MalformedLineIsNamedAndSkippedAndMakesTheExitCodeOne) {
     const Outcome outcome = runProgram({"decode", "--json", log.path()});
     EXPECT_EQ(outcome.code, 1);
     const std::vector<nlohmann::json> objects = jsonOf(outcome.out);
-    ASSERT_EQ(objects.size(), 3U);
+    ASSERT_EQ(objects.size(), 4U);
     EXPECT_EQ(objects[1].at("title"), "RES CONNECT");
-    EXPECT_EQ(objects[2].at("exit_code"), 1);
+    EXPECT_EQ(objects[3].at("code"), 1);
     EXPECT_EQ(objects[2].at("malformed"), 2);
     EXPECT_THAT(
         linesOf(outcome.err),
@@ -194,7 +196,7 @@ TEST(DecodeProcess, LogThatCannotBeReadIsExitCodeOne) {
     const Outcome folder = runProgram({"decode", "--json", "examples"});
     EXPECT_EQ(folder.code, 1);
     EXPECT_THAT(folder.err, HasSubstr("talvex: examples: cannot be read: Is a directory\n"));
-    EXPECT_EQ(jsonOf(folder.out).back().at("exit_code"), 1);
+    EXPECT_EQ(jsonOf(folder.out).back().at("code"), 1);
 }
 
 TEST(DecodeProcess, MistakesOfTheCommandLineAreExitCodeTwo) {
@@ -250,7 +252,7 @@ TEST(DecodeProcess, LivePipeIsShownLineByLineUntilCtrlC) {
     program.signal(SIGINT);
     writer.close();
     EXPECT_EQ(program.wait(), 130);
-    EXPECT_THAT(program.output(), HasSubstr("\"type\":\"result\",\"exit_code\":130"));
+    EXPECT_THAT(program.output(), HasSubstr("\"command\":\"decode\",\"code\":130"));
     std::remove(pipe.c_str());
 }
 
@@ -267,7 +269,10 @@ TEST(DemoProcess, TraceIsALogThatDecodesWithoutRest) {
     EXPECT_THAT(demo.out, HasSubstr("verdict: "));
     const Outcome decoded = runProgram({"decode", "--stats", "--json", trace.path()});
     EXPECT_EQ(decoded.code, 0) << decoded.err;
-    const nlohmann::json result = jsonOf(decoded.out).back();
+    const std::vector<nlohmann::json> objects = jsonOf(decoded.out);
+    ASSERT_GT(objects.size(), 2U);
+    const nlohmann::json& result = objects[objects.size() - 2];
+    EXPECT_EQ(result.at("type"), "log");
     EXPECT_GT(result.at("frames"), 1000);
     EXPECT_EQ(result.at("ours"), result.at("frames"));
     EXPECT_THAT(decoded.out, Not(HasSubstr("no command")));

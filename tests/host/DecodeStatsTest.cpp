@@ -160,7 +160,8 @@ TEST(DecodeStats, JsonHasALineForEachCommandErrorCodeAndOtherTitle) {
     EXPECT_EQ(nlohmann::json::parse(lines[5])["median_ms"], nullptr);
     EXPECT_EQ(
         nlohmann::json::parse(lines[6]),
-        expected(R"("type": "error", "command": "GET_SEED", "code": 16, "text": "Command was not executed",
+        expected(
+            R"("type": "error_code", "command": "GET_SEED", "code": 16, "text": "Command was not executed",
                           "count": 1})"));
     EXPECT_EQ(nlohmann::json::parse(lines[8]), expected(R"("type": "other", "title": "DAQ", "count": 2})"));
 }

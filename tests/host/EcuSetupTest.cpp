@@ -120,6 +120,7 @@ TEST(EcuSetup, ResourcesAreNamedByProtocol) {
     EXPECT_EQ(host::resourceName(makeEcu(false), 0x10), "programming");
     EXPECT_EQ(host::resourceName(makeEcu(true), 0x02), "daq");
     EXPECT_EQ(host::resourceName(makeEcu(true), 0x40), "programming");
+    EXPECT_EQ(host::resourceName(makeEcu(true), 0x04), "unknown");
 }
 
 TEST(EcuSetup, GeneralTimeoutsStandWhereNoSingleOneDoes) {
@@ -152,6 +153,7 @@ TEST(EcuSetup, XcpDaqFactsAreThoseThatAnEcuWouldTell) {
     ecu.daq.timestamps = ecu.daq.counter = true;
     ecu.daq.timestampUnit = 6;
     ecu.daq.timestampTicks = 9;
+    ecu.daq.minLists = 2;
     ecu.daq.maxLists = 12;
     ecu.daq.maxEntrySize = 5;
     ecu.daq.prescaler = 3;
@@ -162,6 +164,7 @@ TEST(EcuSetup, XcpDaqFactsAreThoseThatAnEcuWouldTell) {
     EXPECT_EQ(xcp.timestampTicks, 9);
     EXPECT_EQ(xcp.daqListMode, 0x18);
     EXPECT_EQ(xcp.daqProperties, 0x13);
+    EXPECT_EQ(xcp.minDaq, 2);
     EXPECT_EQ(xcp.maxDaq, 12);
     EXPECT_EQ(xcp.maxOdtEntrySizeDaq, 5);
     EXPECT_EQ(xcp.daqListPrescaler, 3);
@@ -212,11 +215,15 @@ TEST(EcuSetup, BroadcastIsTheCommandIdentifierUnlessThereIsOne) {
 TEST(EcuSetup, UnlockedIsWhatTheMaskSays) {
     for (const bool ccp : {false, true}) {
         host::EcuRecord ecu = makeEcu(ccp);
-        EXPECT_EQ(host::protoCfg(ecu, kBus).ccp.unlockMask, 0xFF);
-        EXPECT_EQ(host::protoCfg(ecu, kBus).xcp.unlockMask, 0xFFFFFFFFU);
-        ecu.security.unlockMask = 0x02;
-        const EcuProtoCfg cfg = host::protoCfg(ecu, kBus);
-        EXPECT_EQ(ccp ? cfg.ccp.unlockMask : cfg.xcp.unlockMask, 0x02U);
+        const auto mask = [&] {
+            const EcuProtoCfg cfg = host::protoCfg(ecu, kBus);
+            return ccp ? std::uint32_t{cfg.ccp.unlockMask} : cfg.xcp.unlockMask;
+        };
+        EXPECT_EQ(mask(), ccp ? 0xFFU : 0xFFFFFFFFU) << "all";
+        for (const std::uint32_t bits : {0x00U, 0x02U, 0x41U}) {
+            ecu.security.unlockMask = bits;
+            EXPECT_EQ(mask(), bits);
+        }
     }
 }
 
@@ -241,6 +248,13 @@ TEST(EcuSetup, SegmentsHaveTheirExtensionNumbersAndChecksum) {
     EXPECT_EQ(cfg.xcp.workingPage, 1);
     EXPECT_EQ(cfg.xcp.referencePage, 4);
     EXPECT_EQ(cfg.dataSegments.at(0).checksumType, 2U) << "that of the ECU";
+}
+
+TEST(EcuSetup, SegmentWithoutPagesToSelectIsMarkedForXcp) {
+    host::EcuRecord ecu = makeEcu(false);
+    EXPECT_EQ(host::protoCfg(ecu, kBus).dataSegments.at(1).programType, 0U);
+    ecu.segments[1].paged = false;
+    EXPECT_EQ(host::protoCfg(ecu, kBus).dataSegments.at(1).programType, 1U);
 }
 
 TEST(EcuSetup, ListsOfCcpCanBeLeftUnusedAndUnasked) {
@@ -283,6 +297,36 @@ TEST(SimulatedEcu, OtherPageNumbersThanItsOwnAreRefused) {
     host::EcuRecord ecu = makeEcu(false);
     ecu.segments[1].number = 1;
     EXPECT_THROW(static_cast<void>(host::simulatedXcpEcu(ecu)), std::invalid_argument);
+}
+
+TEST(SimulatedEcu, MoreSectorsThanNumbersAreRefusedWithTheFix) {
+    for (const bool ccp : {false, true}) {
+        host::EcuRecord ecu = makeEcu(ccp);
+        ecu.flash.sectorSize = 2;
+        const auto simulate = [&ecu, ccp] {
+            return ccp ? host::simulatedCcpEcu(ecu).flash : host::simulatedXcpEcu(ecu).program.flash;
+        };
+        try {
+            static_cast<void>(simulate());
+            FAIL() << "no error";
+        } catch (const std::invalid_argument& error) {
+            EXPECT_STREQ(error.what(),
+                         "its flash has 256 sectors, and a simulated ECU 255 at most; give a "
+                         "larger flash.sector_size");
+        }
+        ecu.segments[2].size -= 2;
+        EXPECT_EQ(simulate().sectors.size(), 255U);
+    }
+}
+
+TEST(SimulatedEcu, EachSegmentOfFlashHasItsSectors) {
+    host::EcuRecord ecu = makeEcu(false);
+    ecu.segments.push_back(segment(SegmentKind::flash, 0x9000, 0x9000));
+    const sim::XcpEcuConfig config = host::simulatedXcpEcu(ecu);
+    ASSERT_EQ(config.program.flash.sectors.size(), 4U);
+    EXPECT_EQ(config.program.flash.sectors[1].base, 0x8100U);
+    EXPECT_EQ(config.program.flash.sectors[2].base, 0x9000U);
+    EXPECT_NO_THROW(config.check());
 }
 
 TEST(SimulatedEcu, CcpEcuHasListsPagesAndFlashOfTheConfiguration) {

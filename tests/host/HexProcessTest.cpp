@@ -124,8 +124,9 @@ TEST(HexInfo, SpeaksJsonWithTheResultLast) {
     for (const Json& object : objects) {
         types.push_back(object.at("type"));
     }
-    ASSERT_THAT(types, ElementsAre("block", "block", "gap", "overlap", "file", "block", "file", "result"));
-    EXPECT_EQ(objects[1], Json::parse(R"({"schema":1,"type":"block","file":"c.hex","address":32,"last":33,
+    ASSERT_THAT(types, ElementsAre("hex_block", "hex_block", "gap", "overlap", "file", "hex_block", "file",
+                                   "result"));
+    EXPECT_EQ(objects[1], Json::parse(R"({"schema":1,"type":"hex_block","file":"c.hex","address":32,"last":33,
                                           "length":2,"checksum_kind":"add12","checksum":"0x000d"})"));
     EXPECT_EQ(objects[2], Json::parse(R"({"schema":1,"type":"gap","file":"c.hex","address":18,"last":31,
                                           "length":14})"));
@@ -134,7 +135,7 @@ TEST(HexInfo, SpeaksJsonWithTheResultLast) {
     EXPECT_EQ(objects[4], Json::parse(R"({"schema":1,"type":"file","file":"c.hex","format":"intel_hex",
                                           "blocks":2,"bytes":4,"gaps":1,"gap_bytes":14,"overlaps":1})"));
     EXPECT_EQ(objects[6].at("format"), "s_record");
-    EXPECT_EQ(objects[7], Json::parse(R"({"schema":1,"type":"result","command":"hex info","exit_code":0,
+    EXPECT_EQ(objects[7], Json::parse(R"({"schema":1,"type":"result","command":"hex info","code":0,
                                           "error":null})"));
 }
 
@@ -146,7 +147,7 @@ TEST(HexInfo, AFaultIsTheErrorOfTheResultAndAMessage) {
     EXPECT_EQ(outcome.err, "talvex: a.hex:1: the checksum is 29 and must be 28\n");
     const std::vector<Json> objects = objectsOf(outcome.out);
     ASSERT_EQ(objects.size(), 1U);
-    EXPECT_EQ(objects[0].at("exit_code"), 1);
+    EXPECT_EQ(objects[0].at("code"), 1);
     EXPECT_EQ(objects[0].at("error"), "a.hex:1: the checksum is 29 and must be 28");
 }
 
@@ -328,9 +329,9 @@ TEST(HexConvert, TellsInJsonWhatItWrote) {
     const std::vector<Json> objects = objectsOf(outcome.out);
     ASSERT_EQ(objects.size(), 2U);
     EXPECT_EQ(objects[0],
-              Json::parse(R"({"schema":1,"type":"written","file":"a.s19","blocks":1,"bytes":2})"));
+              Json::parse(R"({"schema":1,"type":"file_written","file":"a.s19","blocks":1,"bytes":2})"));
     EXPECT_EQ(objects[1].at("command"), "hex convert");
-    EXPECT_EQ(objects[1].at("exit_code"), 0);
+    EXPECT_EQ(objects[1].at("code"), 0);
 }
 
 TEST(HexConvert, AFullDiskLeavesTheOldFileWholeAndNothingBeside) {
@@ -460,14 +461,14 @@ TEST(HexCompareProcess, SpeaksJson) {
     const std::vector<Json> objects = objectsOf(outcome.out);
     ASSERT_EQ(objects.size(), 4U);
     EXPECT_EQ(objects[0],
-              Json::parse(R"({"schema":1,"type":"difference","kind":"values","address":16,"last":17,
-                                          "length":2,"first":"00 01","second":"0a bc"})"));
+              Json::parse(R"({"schema":1,"type":"hex_difference","kind":"values","address":16,"last":17,
+                                          "length":2,"first":"0001","second":"0abc"})"));
     EXPECT_EQ(objects[1],
-              Json::parse(R"({"schema":1,"type":"difference","kind":"only_first","address":18,"last":25,
-                              "length":8,"first":"02 03 04 05 06 07 08 09","second":null})"));
+              Json::parse(R"({"schema":1,"type":"hex_difference","kind":"only_first","address":18,"last":25,
+                              "length":8,"first":"0203040506070809","second":null})"));
     EXPECT_EQ(objects[2], Json::parse(R"({"schema":1,"type":"comparison","first":"a.hex","second":"b.hex",
                                           "equal":false,"ranges":2,"bytes":10,"address":16})"));
-    EXPECT_EQ(objects[3].at("exit_code"), 9);
+    EXPECT_EQ(objects[3].at("code"), 9);
 }
 
 TEST(HexCompareProcess, NeedsTwoFilesThatHoldNoAddressTwice) {

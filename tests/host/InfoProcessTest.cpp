@@ -86,6 +86,19 @@ TEST(InfoProcess, EcusOfTheExampleAreAsTheExampleSays) {
     }
 }
 
+TEST(InfoProcess, TraceAndLogHoldAllEcus) {
+    const MemoryFolder folder;
+    folder.file("trace.log", "what another run left\n");
+    const Outcome outcome = folder.talvex("info", "engine",
+                                          {"--ecu", "gearbox", "--trace", folder.path("trace.log"), "--log",
+                                           folder.path("talvex.log"), "--log-level", "0"});
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+    const std::string trace = folder.text("trace.log");
+    EXPECT_THAT(trace, ::testing::Not(HasSubstr("another run")));
+    EXPECT_THAT(trace, HasSubstr(" 600#FF00"));
+    EXPECT_THAT(trace, HasSubstr(" 680#01"));
+}
+
 TEST(InfoProcess, TableShowsEcuAndConfigurationSideBySide) {
     const MemoryFolder folder;
     const Outcome outcome = folder.talvex("info", "engine", {});

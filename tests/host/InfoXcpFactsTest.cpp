@@ -17,6 +17,7 @@ using ::testing::ElementsAre;
 SlaveAnswer answer(std::initializer_list<std::uint8_t> bytes) {
     SlaveAnswer made;
     std::copy(bytes.begin(), bytes.end(), made.bytes.begin());
+    made.length = bytes.size();
     return made;
 }
 
@@ -178,6 +179,31 @@ TEST_F(InfoXcpFacts, SegmentsShowPlaceAndActivePages) {
                     "! segment 0 | 0x20008000, 0x400 bytes, 2 pages | 0x20008000, 0x800 bytes, 2 pages",
                     "segment 0, page of the ECU | 1 (reference) | ",
                     "segment 0, page of the host | 0 (working) | "));
+}
+
+TEST_F(InfoXcpFacts, SegmentThatIsRefusedSaysWhatTheEcuHasAgainstIt) {
+    host::SegmentAnswers told;
+    told.address = error(0x25);
+    told.ecuPage = error(0x22);
+    told.toolPage = error(0x20);
+    m_facts.segment(0, told);
+    EXPECT_EQ(lines()[0], "segment 0 | locked | ");
+    EXPECT_THAT(lines()[1], ::testing::StartsWith("segment 0, page of the ECU | error 0x22, "));
+    EXPECT_EQ(lines()[2], "segment 0, page of the host | not supported by the ECU | ");
+}
+
+TEST_F(InfoXcpFacts, AnswerThatIsTooShortIsNoFactOfZeros) {
+    m_facts.connect(answer({0xFF, 0x15, 0x80}));
+    m_facts.daqProcessor(answer({0xFF, 0x53}));
+    m_facts.pgmProcessor(answer({0xFF}));
+    EXPECT_THAT(lines(), ElementsAre("connect | answer of 3 bytes, too short | ",
+                                     "DAQ processor | answer of 2 bytes, too short | ",
+                                     "programming | answer of 1 bytes, too short | "));
+}
+
+TEST_F(InfoXcpFacts, ReservedAddressGranularityIsNamed) {
+    m_facts.connect(answer({0xFF, 0x00, 0x06, 8, 8, 0, 1, 1}));
+    EXPECT_EQ(lines()[1], "! address granularity | reserved code 3 | 1");
 }
 
 TEST_F(InfoXcpFacts, ProgrammingTellsItsModes) {

@@ -4,6 +4,8 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+
 namespace {
 
 using host::liveLines;
@@ -32,10 +34,12 @@ TEST(LiveTable, TwentyFiveColumnsKeepNameAndValue) {
 }
 
 TEST(LiveTable, NoLineIsWiderThanTheTerminal) {
-    for (std::size_t width = 20; width <= 120; ++width) {
+    for (std::size_t width = 1; width <= 120; ++width) {
         for (const std::string& line : liveLines({kSpeed, kLong}, width)) {
-            const bool cut = line.find("…") != std::string::npos;  // three bytes, one character
-            EXPECT_LE(line.size() - (cut ? 2 : 0), width) << line;
+            const auto characters = std::count_if(line.begin(), line.end(), [](char byte) {
+                return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U;
+            });
+            EXPECT_LE(static_cast<std::size_t>(characters), width) << line;
         }
     }
 }

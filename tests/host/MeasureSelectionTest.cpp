@@ -86,12 +86,51 @@ TEST(MeasureSelecting, PeriodTakesThePlaceOfEvents) {
 TEST(MeasureSelecting, MistakesNameWhatIsThere) {
     EXPECT_EQ(mistake({"count"}),
               "\"count\" is a variable of several ECUs; say which of one.count, two.count (2)");
-    EXPECT_EQ(mistake({"sped"}),
-              "there is no variable \"sped\"; the nearest are one.speed, one.gone, two.start, one.count, "
-              "two.count (2)");
-    EXPECT_THAT(mistake({"x*"}), ::testing::StartsWith("there is no variable \"x*\"; the nearest are "));
+    EXPECT_EQ(mistake({"sped"}), "there is no variable \"sped\"; did you mean one.speed? (2)");
+    EXPECT_EQ(mistake({"coun"}), "there is no variable \"coun\"; did you mean one.count, two.count? (2)");
+    EXPECT_EQ(mistake({"two.torqe"}), "there is no variable \"two.torqe\"; did you mean two.torque? (2)");
+    EXPECT_EQ(mistake({"xxxxx*"}), "there is no variable \"xxxxx*\"; give a name of the configuration (2)");
     EXPECT_EQ(mistake({"gone"}),
               "two.toml: nothing to measure: all variables that were named stand at address 0 (3)");
+}
+
+Config oddNames() {
+    Config config;
+    config.ecus.resize(1);
+    config.ecus[0].name = "odd";
+    config.ecus[0].variables = {variable("map[0]"), variable("map[1]"), variable("map0"),
+                                variable("a*b"),    variable("aab"),    variable("c\\d")};
+    return config;
+}
+
+std::vector<std::string> chosenOdd(const std::string& name) {
+    std::vector<std::string> names;
+    const MeasureSelection selection = selectVariables(oddNames(), {0}, {name}, 0);
+    for (const host::VariableRecord& item : selection.ecus[0].variables) {
+        names.push_back(item.name);
+    }
+    return names;
+}
+
+TEST(MeasureSelecting, BracketsAndBackslashesStandForThemselves) {
+    EXPECT_THAT(chosenOdd("map[0]"), ElementsAre("map[0]"));
+    EXPECT_THAT(chosenOdd("map[*"), ElementsAre("map[0]", "map[1]"));
+    EXPECT_THAT(chosenOdd("c\\?"), ElementsAre("c\\d"));
+}
+
+TEST(MeasureSelecting, NameThatIsThereIsNoPattern) {
+    EXPECT_THAT(chosenOdd("a*b"), ElementsAre("a*b"));
+    EXPECT_THAT(chosenOdd("a?b"), ElementsAre("a*b", "aab"));
+}
+
+TEST(MeasureSelecting, EcuThatPollsEverythingHasItsPeriodUnlessAnotherIsAskedFor) {
+    Config config = twoEcus();
+    config.ecus[0].daq.pollPeriodMs = 50;
+    EXPECT_EQ(selectVariables(config, {0}, {"speed"}, 0).ecus[0].variables[0].periodMs, 50);
+    EXPECT_EQ(selectVariables(config, {0}, {"speed"}, 20).ecus[0].variables[0].periodMs, 20);
+    host::pollAll(config, {0}, 20);
+    EXPECT_EQ(config.ecus[0].daq.pollPeriodMs, 20);
+    EXPECT_EQ(config.ecus[1].daq.pollPeriodMs, 0);
 }
 
 }  // namespace

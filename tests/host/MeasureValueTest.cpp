@@ -40,6 +40,13 @@ TEST(MeasureValues, ConversionAndByteOrderCount) {
     EXPECT_EQ(cellText(value(variable(ValueType::u16, 2), {0x01, 0x02}, sim::ByteOrder::motorola)), "258");
 }
 
+TEST(MeasureValues, DigitsAreThoseThatReadShows) {
+    EXPECT_EQ(cellText(value(variable(ValueType::u16, 2, 0.1), {3, 0})), "0.3");
+    EXPECT_EQ(jsonValue(value(variable(ValueType::u16, 2, 0.1), {3, 0})).dump(), "0.3");
+    EXPECT_EQ(value(variable(ValueType::u16, 2, 0.1), {3, 0}).first(), 0.3);
+    EXPECT_EQ(cellText(value(variable(ValueType::u16, 2, 0.001), {0xE8, 0x35})), "13.800");
+}
+
 TEST(MeasureValues, FloatGetsNoDigitsThatItNeverHad) {
     EXPECT_EQ(cellText(value(variable(ValueType::f32, 4), {0xF6, 0x28, 0x7C, 0x3F})), "0.985");
     EXPECT_EQ(jsonValue(value(variable(ValueType::f32, 4), {0xF6, 0x28, 0x7C, 0x3F})).dump(), "0.985");

@@ -44,7 +44,9 @@ TEST(PageProcess, PagesOfAnXcpEcuAreSelectedAndCopied) {
 TEST(PageProcess, CopyOfCcpIsRefusedBeforeAnythingIsSent) {
     const MemoryFolder folder;
     const Outcome outcome = page(folder, "copy", "gearbox");
-    EXPECT_THAT(outcome.err, HasSubstr("gearbox: a CCP ECU cannot be told to copy its pages; upload the"));
+    EXPECT_THAT(
+        outcome.err,
+        HasSubstr("gearbox: a CCP ECU cannot be told to copy its pages; select the reference page and read"));
     EXPECT_EQ(outcome.code, 2);
     EXPECT_FALSE(std::filesystem::exists(folder.path("frames.log")));
 }

@@ -4,7 +4,6 @@
 
 #include <gmock/gmock.h>
 
-#include <cmath>
 #include <string>
 #include <vector>
 
@@ -87,20 +86,31 @@ TEST(PhysicalValue, WhatIsNoNumberIsNullInJson) {
     EXPECT_TRUE(host::physicalJson(variable(ValueType::bytes), kLittle, Bytes{1, 2}).is_null());
 }
 
+TEST(PhysicalValue, NumberHasNoMoreDigitsThanItsText) {
+    const Bytes three{3, 0};
+    const std::vector<host::PhysicalNumber> numbers =
+        host::physicalNumbers(variable(ValueType::u16, 0.1), kLittle, three);
+    ASSERT_EQ(numbers.size(), 1U);
+    EXPECT_EQ(numbers[0].number, 0.3);
+    EXPECT_EQ(host::numberJson(numbers[0]).dump(), "0.3");
+}
+
 TEST(PhysicalValue, SeveralElementsStandInBrackets) {
     const host::VariableRecord three = variable(ValueType::i8, 0.5, 0.0, 3);
     const Bytes bytes{1, 0xFF, 4};
     EXPECT_EQ(text(three, kLittle, bytes), "[0.5, -0.5, 2.0]");
     EXPECT_EQ(host::physicalJson(three, kLittle, bytes).dump(), "[0.5,-0.5,2.0]");
-    EXPECT_EQ(host::physicalNumber(three, kLittle, bytes, 1), -0.5);
-    EXPECT_TRUE(std::isnan(host::physicalNumber(three, kLittle, bytes, 3)));
+    const std::vector<host::PhysicalNumber> numbers = host::physicalNumbers(three, kLittle, bytes);
+    ASSERT_EQ(numbers.size(), 3U);
+    EXPECT_EQ(numbers[1].text, "-0.5");
+    EXPECT_EQ(numbers[1].number, -0.5);
 }
 
 TEST(PhysicalValue, BytesReadInHexadecimal) {
     host::VariableRecord record = variable(ValueType::bytes);
     record.size = 3;
     EXPECT_EQ(text(record, kBig, {0x0A, 0xBC, 0x00}), "0x0abc00");
-    EXPECT_TRUE(std::isnan(host::physicalNumber(record, kBig, Bytes{1, 2, 3}, 0)));
+    EXPECT_TRUE(host::physicalNumbers(record, kBig, Bytes{1, 2, 3}).empty());
 }
 
 TEST(PhysicalValueParse, NumbersBecomeBytesInTheOrderOfTheEcu) {

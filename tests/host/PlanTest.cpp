@@ -142,6 +142,46 @@ TEST(MeasurePlan, PeriodIsAReasonToPoll) {
     EXPECT_EQ(plan.polled[0].share.framesPerSecond, 40.0) << "a command and an answer, 20 times";
 }
 
+TEST(MeasurePlan, MissingEventIsAReasonToPoll) {
+    const host::EcuPlan plan = planWith(kXcp, "type = \"u16\", event = \"cycle\"", "type = \"u16\"");
+    ASSERT_THAT(plan.polled, SizeIs(1));
+    EXPECT_EQ(plan.polled[0].name, "c");
+    EXPECT_EQ(plan.polled[0].periodMs, 1000);
+    EXPECT_EQ(plan.polled[0].reason, "no event channel is given");
+}
+
+TEST(MeasurePlan, VariablesOfAPredefinedListThatTheLibraryDoesNotDeliverAreMarked) {
+    const std::string lists =
+        "packing = \"fill\", dynamic = false, list = [{ odts = 1 }, { first_pid = 1, odts = "
+        "3, fixed_event = \"once\" }]";
+    const std::string content = replaced(replaced(kXcp, "packing = \"fill\"", lists),
+                                         "address = 0x18, type = \"u16\", event = \"cycle\"",
+                                         "address = 0x18, type = \"u16\", event = \"once\"");
+    // One list is taken as the second is planned: its number is the one that the library counts with.
+    EXPECT_THAT(planWith(content, "address = 0x14, type = \"u32\", event = \"cycle\"",
+                         "address = 0x14, type = \"u8\", event = \"cycle\"")
+                    .undelivered,
+                IsEmpty());
+    const host::Config config = load(content);
+    const std::vector<host::VariableRecord> last{config.ecus[0].variables[2]};
+    const host::EcuPlan plan = host::planMeasurement(config, 0, last, false);
+    ASSERT_THAT(plan.lists, SizeIs(1));
+    EXPECT_EQ(plan.lists[0].number, 1);
+    ASSERT_THAT(plan.undelivered, SizeIs(1));
+    EXPECT_EQ(plan.undelivered[0].name, "c");
+    EXPECT_EQ(plan.undelivered[0].reason,
+              "the library delivers nothing of the predefined list 1; leave its fixed_event out");
+    EXPECT_THAT(host::planLines(config, {plan}), ::testing::Contains("  not delivered"));
+}
+
+TEST(MeasurePlan, VariableThatGoesOnInAFurtherListIsDelivered) {
+    const host::EcuPlan plan =
+        planWith(kXcp, "packing = \"fill\"",
+                 "packing = \"fill\", dynamic = false, list = [{ odts = 1 }, { first_pid = 1, odts = 1 }]");
+    EXPECT_THAT(plan.lists, SizeIs(2));
+    EXPECT_THAT(plan.undelivered, IsEmpty());
+}
+
 TEST(MeasurePlan, ConfigurationCanHaveEverythingPolled) {
     const host::EcuPlan plan =
         planWith(kXcp, "packing = \"fill\"", "packing = \"fill\", poll_period_ms = 100");

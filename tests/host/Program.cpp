@@ -88,6 +88,9 @@ void Program::closeOutput() {
 }
 
 void Program::signal(int number) const {
+    if (m_process <= 0) {
+        throw std::logic_error("the process has ended");
+    }
     kill(m_process, number);
 }
 

@@ -24,6 +24,8 @@ public:
     bool readUntil(const std::string& text);
 
     void closeOutput();
+
+    // Throws once the process was waited for: its number is none any more.
     void signal(int number) const;
 
     // Reads the rest and waits. Gives the exit code, or minus the number of the signal that ended it.

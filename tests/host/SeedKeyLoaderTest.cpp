@@ -11,6 +11,7 @@
 #include <gmock/gmock.h>
 
 #include <array>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
@@ -18,6 +19,7 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -33,6 +35,23 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
 using Bytes = std::vector<std::uint8_t>;
+
+// A folder that goes with the object.
+class TempFolder {
+public:
+    TempFolder() {
+        std::string pattern = "/tmp/talvex-seedkey-XXXXXX";
+        m_path = mkdtemp(pattern.data()) != nullptr ? pattern : "";
+    }
+    ~TempFolder() { std::filesystem::remove_all(m_path); }
+    TempFolder(const TempFolder&) = delete;
+    TempFolder& operator=(const TempFolder&) = delete;
+
+    std::string operator/(const std::string& name) const { return m_path + "/" + name; }
+
+private:
+    std::string m_path;
+};
 
 // What a call of the function came to.
 struct Call {
@@ -195,13 +214,41 @@ TEST(ASeedKeyLibrary, ThatCrashesFailsAndTakesNobodyAlong) {
     EXPECT_THAT(complaintOf(faulty("Abort")), StartsWith(place + ": Abort crashed (Aborted); "));
 }
 
+TEST(ASeedKeyLibrary, OfAPlaceWithBlanksAndQuotesIsNamedAsAShellTakesIt) {
+    const TempFolder folder;
+    const std::string library = folder / "maker's keys.so";
+    std::filesystem::copy_file(badLibrary("faults"), library);
+    SeedKeySource source = faulty("Crash");
+    source.path = library;
+    const std::string text = complaintOf(source);
+    const std::string before = "want to see: ";
+    const std::size_t place = text.find(before);
+    ASSERT_NE(place, std::string::npos) << text;
+    EXPECT_THAT(text, HasSubstr("/maker'\\''s keys.so' Crash xcp 1 0102 --success"));
+    const int status = std::system(("sh -c 'ulimit -c 0'; " + text.substr(place + before.size())).c_str());
+    EXPECT_TRUE((WIFSIGNALED(status) && WTERMSIG(status) == SIGSEGV) || WEXITSTATUS(status) == 128 + SIGSEGV);
+}
+
+TEST(ASeedKeyLibrary, ThatTakesLongIsStoppedWhenTheHostWantsThat) {
+    SeedKeySource source = faulty("Hang");
+    bool stop = false;
+    source.stop = [&stop] { return stop; };
+    Complaints complaints;
+    const SeedKeyFun function = loadSeedKey(source, complaints.taker());
+    ASSERT_TRUE(function);
+    stop = true;
+    EXPECT_EQ(call(function, 1, {0x01}).result, 0);
+    EXPECT_THAT(complaints.texts(),
+                ElementsAre("seed and key: " + badLibrary("faults") + ": Hang was interrupted"));
+}
+
 host::SeedKeyAnswer answerOf(const std::string& entry, std::uint16_t limitS, std::uint32_t timeMs) {
     host::SeedKeyRequest request;
     request.library = badLibrary("faults");
     request.entry = entry;
     request.seed = {0x01};
     request.limitS = limitS;
-    return host::runSeedKeyHelper(TALVEX_SEEDKEY_PROGRAM, request, timeMs);
+    return host::runSeedKeyHelper(TALVEX_SEEDKEY_PROGRAM, request, timeMs, {});
 }
 
 TEST(ASeedKeyLibrary, ThatHangsIsStopped) {
@@ -329,23 +376,6 @@ TEST(TheSimulatedSeedKey, NeedsNoHelper) {
 }
 
 // ---- The other word size --------------------------------------------------------------------------------
-
-// A folder that goes with the object.
-class TempFolder {
-public:
-    TempFolder() {
-        std::string pattern = "/tmp/talvex-seedkey-XXXXXX";
-        m_path = mkdtemp(pattern.data()) != nullptr ? pattern : "";
-    }
-    ~TempFolder() { std::filesystem::remove_all(m_path); }
-    TempFolder(const TempFolder&) = delete;
-    TempFolder& operator=(const TempFolder&) = delete;
-
-    std::string operator/(const std::string& name) const { return m_path + "/" + name; }
-
-private:
-    std::string m_path;
-};
 
 bool succeeds(const std::string& command) {
     return std::system((command + " 2>/dev/null").c_str()) == 0;

@@ -45,13 +45,16 @@ TEST(SeedKeyArguments, OfARequestForXcp) {
                             "zero", "--room", "124", "--limit", "4"));
 }
 
-TEST(SeedKeyArguments, OfACheckAreLibraryAndEntry) {
+TEST(SeedKeyArguments, OfACheckAreLibraryEntryAndLimit) {
     SeedKeyRequest request;
     request.library = "keys.so";
     request.entry = "Key";
     request.check = true;
-    EXPECT_THAT(seedKeyArguments(request), ElementsAre("--check", "keys.so", "Key"));
+    request.limitS = 42;
+    EXPECT_THAT(seedKeyArguments(request), ElementsAre("--check", "keys.so", "Key", "--limit", "42"));
+    EXPECT_EQ(parseSeedKeyArguments({"--check", "keys.so", "Key", "--limit", "42"}).limitS, 42);
     const SeedKeyRequest read = parseSeedKeyArguments({"--check", "keys.so", "Key"});
+    EXPECT_EQ(read.limitS, 10);
     EXPECT_TRUE(read.check);
     EXPECT_EQ(read.library, "keys.so");
     EXPECT_EQ(read.entry, "Key");

@@ -26,7 +26,8 @@ using Json = nlohmann::json;
 // `talvex sim` on a free port with kOneEcu.
 class Simulator {
 public:
-    explicit Simulator(std::vector<std::string> further = {}) : m_file(host_test::kOneEcu) {
+    explicit Simulator(std::vector<std::string> further = {}, const std::string& config = host_test::kOneEcu)
+        : m_file(config) {
         std::vector<std::string> arguments{"sim", m_file.path(), "--listen", "127.0.0.1:0", "--json"};
         arguments.insert(arguments.end(), further.begin(), further.end());
         program = std::make_unique<Program>(arguments, Streams::apart);
@@ -36,10 +37,10 @@ public:
     Json ready() const { return Json::parse(program->output().substr(0, program->output().find('\n'))); }
     std::uint16_t port() const { return ready().at("port").get<std::uint16_t>(); }
 
-    RawPeer client() const {
+    RawPeer client(const std::string& bus = "main") const {
         RawPeer peer = RawPeer::connectTo(port());
         EXPECT_EQ(peer.hear(), "< hi >");
-        peer.say("< open main >");
+        peer.say("< open " + bus + " >");
         EXPECT_EQ(peer.hear(), "< ok >");
         peer.say("< rawmode >");
         EXPECT_EQ(peer.hear(), "< ok >");
@@ -80,6 +81,25 @@ TEST(SimProcess, EcuAnswersUntilInterruptedAndTheCountsAreTold) {
     EXPECT_EQ(objects[2], Json::parse(R"({"schema":1,"type":"server","clients":1,"dropped":0})"));
     EXPECT_EQ(objects[3].at("type"), "result");
     EXPECT_EQ(objects[3].at("code"), 130);
+}
+
+// A name that a bus has goes ahead of what another one is called besides.
+TEST(SimProcess, BusIsOpenedByItsOwnNameThoughAnotherChannelIsCalledLikeIt) {
+    std::string config = host_test::replaced(host_test::kOneEcu, "[[bus]]\nname = \"main\"\n",
+                                             "[[bus]]\nname = \"can0\"\nchannel = 1\nnominal_rate = 500_000\n"
+                                             "[[bus]]\nname = \"can1\"\n");
+    config = host_test::replaced(config, "bus = \"main\"", "bus = \"can1\"");
+    const Simulator simulator({}, config);
+    const Json buses = simulator.ready().at("buses");
+    ASSERT_EQ(buses.size(), 2U);
+    EXPECT_EQ(buses[0], Json::parse(R"({"name":"can0","alias":null,"fd":false,"ecus":[]})"));
+    EXPECT_EQ(buses[1], Json::parse(R"({"name":"can1","alias":"can5","fd":false,"ecus":["ecu"]})"));
+    RawPeer peer = simulator.client("can1");
+    peer.say("< send 18DA0001 2 FF 0 >");
+    EXPECT_THAT(peer.hearUntil("\n"), MatchesRegex("< frame 18DA0002 [0-9]+\\.[0-9]+ FF[0-9A-F]+ >\n"));
+    simulator.program->signal(SIGINT);
+    EXPECT_EQ(simulator.program->wait(), 130);
+    EXPECT_THAT(simulator.program->errors(), HasSubstr("bus can0 (classic CAN) with "));
 }
 
 TEST(SimProcess, SaysOnStandardErrorWhatListensWhere) {

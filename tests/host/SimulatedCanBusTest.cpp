@@ -64,14 +64,14 @@ TEST(SimulatedCanBus, CanFdOnAClassicBusTakesItDownByName) {
 
 TEST(OpenBus, SimGivesTheSimulation) {
     Received received;
-    const auto bus = host::openBus("sim:", oneEcu(), 0, received.receiver());
+    const auto bus = host::openBus("sim:", oneEcu(), 0, host::BusScope::ecus, received.receiver());
     ASSERT_TRUE(bus->send(connectFrame()));
     EXPECT_EQ(received.waitFor(2).size(), 2U);
 }
 
 TEST(OpenBus, BadUrlIsNamedWithTheBus) {
     try {
-        static_cast<void>(host::openBus("pcan:1", oneEcu(), 0, [](const BusFrame&) {}));
+        static_cast<void>(host::openBus("pcan:1", oneEcu(), 0, host::BusScope::ecus, [](const BusFrame&) {}));
         ADD_FAILURE() << "opened";
     } catch (const host::HostError& error) {
         EXPECT_EQ(error.code(), host::ExitCode::usage);
@@ -100,6 +100,13 @@ TEST(OwnFrames, FrameIsKnownAgainWithThePaddingOfCanFd) {
     wire.length = 12;
     EXPECT_EQ(frames.take(wire), 5U);
     EXPECT_EQ(frames.take(wire), std::nullopt);
+}
+
+TEST(OwnFrames, ClassicFrameIsNotPadded) {
+    OwnFrames frames;
+    frames.add(frameOf(kCommandId, {0xFF}).frame, 5);
+    EXPECT_EQ(frames.take(connectFrame()), std::nullopt);
+    EXPECT_EQ(frames.take(frameOf(kCommandId, {0xFF}).frame), 5U);
 }
 
 TEST(OwnFrames, EqualFramesComeInTheOrderOfTheirSending) {

@@ -175,8 +175,9 @@ TEST(SocketcandOpening, SilentServerIsGivenUp) {
 
 TEST(SocketcandOpening, ServerThatHangsUpIsNamed) {
     RawServer server;
-    EXPECT_THAT(openingError(server, [](RawPeer& peer) { peer.close(); }),
-                HasSubstr("the server closed the connection"));
+    EXPECT_EQ(openingError(server, [](RawPeer& peer) { peer.close(); }),
+              placeOf(server.port()) +
+                  "the server closed the connection; check that the server runs there and offers this bus");
 }
 
 TEST(SocketcandOpening, ServerOfAnotherKindIsNamed) {
@@ -205,7 +206,7 @@ TEST(SocketcandEndToEnd, EcuBehindOurServerAnswers) {
     const host::SocketcandServer server({"127.0.0.1", 0}, {{{"main"}, &hub}});
     Received received;
     const auto bus = host::openBus("socketcand://" + server.place().text() + "/main", host_test::oneEcu(), 0,
-                                   received.receiver());
+                                   host::BusScope::ecus, received.receiver());
     for (int i = 0; i < 3; ++i) {
         ASSERT_TRUE(bus->send(connectFrame())) << bus->failure();
         const auto texts = received.waitFor(2 * static_cast<std::size_t>(i) + 2);

@@ -115,11 +115,14 @@ TEST_F(SocketcandServed, ClientThatDoesNotReadIsDropped) {
     RawPeer sleeper = rawClient();
     RawPeer reader = rawClient();
     BusFrame frame = host_test::frameOf(0x10000000, {1, 2, 3, 4, 5, 6, 7, 8});
+    constexpr std::size_t kFrames = 100;
+    const std::size_t bytes =
+        kFrames * host::frameElement({frame.frame, 1'700'000'000'000'000, false}).size();
     EXPECT_TRUE(becomes([&] {
-        for (int i = 0; i < 100; ++i) {
+        for (std::size_t i = 0; i < kFrames; ++i) {
             m_hub.take(frame);
         }
-        reader.hear();
+        reader.hear(bytes);
         return m_server.counters().dropped == 1;
     }));
     reader.say(kConnect);

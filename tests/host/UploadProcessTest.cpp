@@ -75,7 +75,8 @@ TEST(Upload, WorkingPageOfAnXcpEcuIsWhatSrecCatReadsInTheFile) {
     EXPECT_EQ(outcome.code, 0) << outcome.err;
     EXPECT_EQ(outcome.out,
               "engine: to page.hex\n"
-              "  read     0x20008000-0x200087ff        2048 bytes  working page\n");
+              "  read     0x20008000-0x200087ff        2048 bytes  working page\n"
+              "  along    0x20000000-0x200003ff        1024 bytes  RAM, read along and left out\n");
     EXPECT_THAT(outcome.err, HasSubstr("talvex: engine: read 3072 bytes in "));
     EXPECT_THAT(outcome.err, EndsWith("talvex: engine: page.hex, 1 block, 2048 bytes\n"));
     EXPECT_TRUE(folder.bytesOf("page.hex", "-intel", "0x20008000", "0x20008800") ==
@@ -129,7 +130,8 @@ TEST(Upload, PlanAloneReadsNothingAndWritesNothing) {
     EXPECT_EQ(outcome.out,
               "engine: to all.hex\n"
               "  read     0x20000000-0x200003ff        1024 bytes  RAM\n"
-              "  read     0x00080000-0x00083fff       16384 bytes  flash\n");
+              "  read     0x00080000-0x00083fff       16384 bytes  flash\n"
+              "  along    0x20008000-0x200087ff        2048 bytes  working page, read along and left out\n");
     EXPECT_EQ(outcome.err, "");
     EXPECT_THAT(folder.names(), ElementsAre("ecus.toml"));
 }
@@ -139,14 +141,21 @@ TEST(Upload, JsonTellsThePlanWhatItTookAndTheResult) {
     const Outcome outcome = folder.talvex("upload", "gearbox", {"page.hex", "--json"});
     EXPECT_EQ(outcome.code, 0) << outcome.err;
     std::vector<Json> objects = objectsOf(outcome.out);
-    ASSERT_EQ(objects.size(), 3U);
+    ASSERT_EQ(objects.size(), 6U);
     EXPECT_EQ(objects[0], Json::parse(R"({"schema":1,"type":"plan","ecu":"gearbox","address":805322752,
         "last":805323775,"length":1024,"segment":"working page","action":"read"})"));
-    EXPECT_GT(objects[1].at("seconds"), 0.0);
-    objects[1].erase("seconds");
-    EXPECT_EQ(objects[1], Json::parse(R"({"schema":1,"type":"transfer","ecu":"gearbox","action":"read",
+    // All that is read is in the plan: 1024 bytes and 1536 along with them.
+    for (std::size_t i : {1U, 2U}) {
+        EXPECT_EQ(objects[i].at("action"), "along");
+    }
+    EXPECT_EQ(objects[1].at("length").get<int>() + objects[2].at("length").get<int>(), 1536);
+    EXPECT_GT(objects[3].at("seconds"), 0.0);
+    objects[3].erase("seconds");
+    EXPECT_EQ(objects[3], Json::parse(R"({"schema":1,"type":"transfer","ecu":"gearbox","action":"read",
         "bytes":2560})"));
-    EXPECT_EQ(objects[2], Json::parse(R"({"schema":1,"type":"result","command":"upload","code":0,
+    EXPECT_EQ(objects[4], Json::parse(R"({"schema":1,"type":"file_written","file":"page.hex","blocks":1,
+        "bytes":1024})"));
+    EXPECT_EQ(objects[5], Json::parse(R"({"schema":1,"type":"result","command":"upload","code":0,
         "error":null})"));
 }
 
@@ -186,6 +195,15 @@ TEST(Upload, FolderThatIsNotThereIsToldBeforeAnythingIsRead) {
     EXPECT_EQ(outcome.code, 1);
     EXPECT_EQ(outcome.err,
               "talvex: no/page.hex: cannot be written: no is no folder that files can be made in\n");
+}
+
+TEST(Upload, FolderOfThatNameIsToldBeforeAnythingIsRead) {
+    const MemoryFolder folder;
+    folder.run("mkdir page.hex");
+    const Outcome outcome = folder.talvex("upload", "engine", {"page.hex"});
+    EXPECT_EQ(outcome.code, 1);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.err, "talvex: page.hex: is no regular file\n");
 }
 
 TEST(Upload, FullDiskLeavesTheOldFile) {

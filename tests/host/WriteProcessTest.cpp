@@ -37,6 +37,15 @@ TEST(WriteProcess, ValueGoesFromOldToNewAndIsReadBack) {
     EXPECT_EQ(outcome.code, 0);
 }
 
+TEST(WriteProcess, OfSeveralEcusEachLineNamesItsOwn) {
+    const MemoryFolder folder;
+    const Outcome outcome =
+        folder.talvex("write", "engine", {"--ecu", "gearbox", "idle_speed=780", "creep_torque=-35"});
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_THAT(outcome.out, StartsWith("engine.idle_speed: "));
+    EXPECT_THAT(outcome.out, HasSubstr("\ngearbox.creep_torque: "));
+}
+
 TEST(WriteProcess, CcpEcuAndEcuOnCanFdTakeValuesToo) {
     const MemoryFolder folder;
     const Outcome gearbox = folder.talvex("write", "gearbox", {"creep_torque=-35", "lockup_gear=0x04"});
