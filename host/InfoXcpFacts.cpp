@@ -294,7 +294,7 @@ void InfoXcpFacts::activePages(const std::string& field, const SegmentAnswers& a
     const auto page = [segment](const SlaveAnswer& answer) {
         constexpr std::size_t kLength = 4;
         const std::uint8_t number = answer.bytes[3];
-        if (const std::string complaint = complaintOf(answer, kLength); !complaint.empty()) {
+        if (std::string complaint = complaintOf(answer, kLength); !complaint.empty()) {
             return complaint;
         }
         const bool working = segment != nullptr && number == segment->workingPage;

@@ -257,7 +257,7 @@ void Link::startMeasurement(const std::function<void()>& order) {
     }
     for (const std::size_t ecu : m_ecus) {
         if (const std::optional<HostError> refused = objection(ecu, what)) {
-            throw *refused;
+            throw HostError(*refused);
         }
     }
 }
