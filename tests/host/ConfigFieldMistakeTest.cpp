@@ -151,20 +151,10 @@ const std::vector<Mistake> kFieldMistakes = {
 class ConfigFieldMistake : public ::testing::TestWithParam<Mistake> {};
 
 TEST_P(ConfigFieldMistake, IsNamedWithItsPlaceAndTheWayOut) {
-    const Mistake& mistake = GetParam();
-    const host_test::TempFile file(host_test::replaced(kGood, mistake.what, mistake.with));
-    try {
-        static_cast<void>(host::loadConfig(file.path()));
-        FAIL() << "no error";
-    } catch (const host::ConfigError& error) {
-        EXPECT_THAT(error.what(), ::testing::StartsWith(file.path() + mistake.message));
-    }
+    host_test::expectNamed(GetParam());
 }
 
-std::string nameOf(const ::testing::TestParamInfo<Mistake>& row) {
-    return row.param.name;
-}
-
-INSTANTIATE_TEST_SUITE_P(All, ConfigFieldMistake, ::testing::ValuesIn(kFieldMistakes), nameOf);
+INSTANTIATE_TEST_SUITE_P(All, ConfigFieldMistake, ::testing::ValuesIn(kFieldMistakes),
+                         host_test::mistakeName);
 
 }  // namespace

@@ -4,6 +4,8 @@
 #include "host/Config.h"
 #include "tests/host/Program.h"
 
+#include <gmock/gmock.h>
+
 #include <ostream>
 #include <string>
 
@@ -94,6 +96,21 @@ struct Mistake {
 
 inline void PrintTo(const Mistake& mistake, std::ostream* out) {
     *out << mistake.name;
+}
+
+// Reads the good file with the mistake in it, and holds the error against the message.
+inline void expectNamed(const Mistake& mistake) {
+    const TempFile file(replaced(kGood, mistake.what, mistake.with));
+    try {
+        static_cast<void>(host::loadConfig(file.path()));
+        FAIL() << "no error";
+    } catch (const host::ConfigError& error) {
+        EXPECT_THAT(error.what(), ::testing::StartsWith(file.path() + mistake.message));
+    }
+}
+
+inline std::string mistakeName(const ::testing::TestParamInfo<Mistake>& row) {
+    return row.param.name;
 }
 
 }  // namespace host_test

@@ -6,7 +6,6 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <poll.h>
-#include <pty.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -25,6 +24,7 @@
 
 namespace {
 
+using host_test::inTerminal;
 using host_test::jsonMistake;
 using host_test::JsonShape;
 using host_test::Program;
@@ -395,43 +395,6 @@ TEST(MeasureProcess, WholeCyclesWithoutValuesShowAndAreExitCodeSixIfThatIsWanted
     EXPECT_THAT(lines.back(), HasSubstr("\"code\":6"));
 }
 
-constexpr int kPatienceMs = 60'000;
-
-// Runs the program in a terminal of that many columns and gives what it printed.
-std::string inTerminal(unsigned short columns, const std::vector<std::string>& arguments, int& code) {
-    winsize size{};
-    size.ws_col = columns;
-    size.ws_row = 24;
-    int terminal = -1;
-    const pid_t process = forkpty(&terminal, nullptr, nullptr, &size);
-    if (process == 0) {
-        std::vector<char*> pointers{const_cast<char*>(TALVEX_PROGRAM)};
-        for (const std::string& argument : arguments) {
-            pointers.push_back(const_cast<char*>(argument.c_str()));
-        }
-        pointers.push_back(nullptr);
-        execv(TALVEX_PROGRAM, pointers.data());
-        _exit(127);
-    }
-    std::string output;
-    std::array<char, 4096> part{};
-    pollfd waiting{terminal, POLLIN, 0};
-    ssize_t count = 1;
-    while (count > 0 && poll(&waiting, 1, kPatienceMs) > 0) {
-        count = read(terminal, part.data(), part.size());
-        output.append(part.data(), count > 0 ? static_cast<std::size_t>(count) : 0);
-    }
-    if (count > 0) {
-        ADD_FAILURE() << "the terminal has been still for too long";
-        kill(process, SIGKILL);
-    }
-    int status = 0;
-    waitpid(process, &status, 0);
-    close(terminal);
-    code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return output;
-}
-
 // The lines of the live table, without the codes that draw it.
 std::vector<std::string> tableLines(const std::string& output) {
     const std::string drawn = output.substr(0, output.rfind("\033[J"));
@@ -450,7 +413,7 @@ TEST(MeasureProcess, LiveTableFitsATerminalOfFortyColumns) {
     const TempFile config(patientExample());
     int code = -1;
     const std::string output =
-        inTerminal(40, {"measure", "-c", config.path(), "engine.*count", "--seconds", "1"}, code);
+        inTerminal(40, 24, {"measure", "-c", config.path(), "engine.*count", "--seconds", "1"}, code);
     EXPECT_EQ(code, 0) << output;
     EXPECT_THAT(output, AllOf(HasSubstr("\033[K"), HasSubstr("crank_count"), Not(HasSubstr("maximum"))));
     EXPECT_THAT(tableLines(output), Each(FitsColumns(40U)));
@@ -459,7 +422,7 @@ TEST(MeasureProcess, LiveTableFitsATerminalOfFortyColumns) {
 TEST(MeasureProcess, LiveTableFitsATerminalOfEightyColumns) {
     const TempFile config(patientExample());
     int code = -1;
-    const std::string output = inTerminal(80, {"measure", "-c", config.path(), "--seconds", "1"}, code);
+    const std::string output = inTerminal(80, 24, {"measure", "-c", config.path(), "--seconds", "1"}, code);
     EXPECT_EQ(code, 0) << output;
     EXPECT_THAT(output, AllOf(HasSubstr("maximum"), HasSubstr(" more\033[K")));
     std::vector<std::string> lines = tableLines(output);

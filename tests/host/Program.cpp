@@ -1,5 +1,8 @@
 #include "tests/host/Program.h"
 
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <pty.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -114,6 +117,39 @@ void Program::readErrors() {
         count = std::fread(part.data(), 1, part.size(), m_errorFile);
         m_errors.append(part.data(), count);
     }
+}
+
+std::string inTerminal(unsigned short columns, unsigned short rows, const std::vector<std::string>& arguments,
+                       int& code) {
+    constexpr int kPatienceMs = 60'000;
+    winsize size{};
+    size.ws_col = columns;
+    size.ws_row = rows;
+    int terminal = -1;
+    const pid_t process = forkpty(&terminal, nullptr, nullptr, &size);
+    if (process < 0) {
+        throw std::runtime_error("no terminal");
+    }
+    if (process == 0) {
+        become(arguments);
+    }
+    std::string shown;
+    std::array<char, 4096> part{};
+    pollfd waiting{terminal, POLLIN, 0};
+    ssize_t count = 1;
+    while (count > 0 && poll(&waiting, 1, kPatienceMs) > 0) {
+        count = read(terminal, part.data(), part.size());
+        shown.append(part.data(), count > 0 ? static_cast<std::size_t>(count) : 0);
+    }
+    if (count > 0) {
+        ADD_FAILURE() << "the terminal has been still for too long";
+        kill(process, SIGKILL);
+    }
+    int status = 0;
+    waitpid(process, &status, 0);
+    close(terminal);
+    code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return shown;
 }
 
 TempFile::TempFile(const std::string& content) {

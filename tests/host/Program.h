@@ -48,6 +48,11 @@ private:
     std::string m_errors;
 };
 
+// Runs TALVEX_PROGRAM in a terminal of that size and gives what it printed there; its exit code goes into
+// code. A terminal that is still for a minute is a failure of the test.
+std::string inTerminal(unsigned short columns, unsigned short rows, const std::vector<std::string>& arguments,
+                       int& code);
+
 // A file in the temporary folder that goes with the object.
 class TempFile {
 public:

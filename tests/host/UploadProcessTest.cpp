@@ -3,17 +3,14 @@
 #include "tests/host/MemoryTesting.h"
 
 #include <gmock/gmock.h>
-#include <pty.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <array>
 #include <cstdlib>
 #include <string>
 #include <vector>
 
 namespace {
 
+using host_test::inTerminal;
 using host_test::Json;
 using host_test::linesOf;
 using host_test::MemoryFolder;
@@ -24,35 +21,6 @@ using ::testing::ElementsAre;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::Not;
-
-// Runs talvex with a terminal of 40 columns and gives what it shows there; its exit code goes into code.
-std::string shownOnATerminal(const std::vector<std::string>& arguments, int& code) {
-    winsize size{};
-    size.ws_col = 40;
-    size.ws_row = 10;
-    int terminal = -1;
-    const pid_t process = forkpty(&terminal, nullptr, nullptr, &size);
-    if (process == 0) {
-        std::vector<char*> pointers{const_cast<char*>(TALVEX_PROGRAM)};
-        for (const std::string& argument : arguments) {
-            pointers.push_back(const_cast<char*>(argument.c_str()));
-        }
-        pointers.push_back(nullptr);
-        execv(TALVEX_PROGRAM, pointers.data());
-        _exit(127);
-    }
-    std::string shown;
-    std::array<char, 4096> part{};
-    for (ssize_t count = read(terminal, part.data(), part.size()); count > 0;
-         count = read(terminal, part.data(), part.size())) {
-        shown.append(part.data(), static_cast<std::size_t>(count));
-    }
-    int status = 0;
-    waitpid(process, &status, 0);
-    close(terminal);
-    code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return shown;
-}
 
 // What stood on the line while the bar was shown.
 std::vector<std::string> barsOf(const std::string& shown) {
@@ -171,8 +139,9 @@ TEST(Upload, WithoutATerminalProgressIsALineForEachTenPercentAndNoBar) {
 TEST(Upload, BarFitsATerminalOf40Columns) {
     const MemoryFolder folder;
     int code = -1;
-    const std::string shown = shownOnATerminal(
-        folder.commandLine("upload", "gearbox", {folder.path("code.hex"), "--segment", "code"}), code);
+    const std::string shown = inTerminal(
+        40, 10, folder.commandLine("upload", "gearbox", {folder.path("code.hex"), "--segment", "code"}),
+        code);
     EXPECT_EQ(code, 0) << shown;
     const std::vector<std::string> bars = barsOf(shown);
     ASSERT_FALSE(bars.empty()) << shown;
