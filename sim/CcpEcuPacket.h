@@ -22,9 +22,9 @@ struct CcpAnswer {
     std::vector<std::uint8_t> data;
 
     CcpAnswer() = default;
-    CcpAnswer(CcpReturn returnCode) : code(returnCode) {}  // NOLINT: handlers return codes
-    CcpAnswer(const CcpPacket& packet)                     // NOLINT: handlers return data
-        : data(packet.view().begin(), packet.view().end()) {}
+    // Not explicit, so that a handler returns just a code or just data.
+    CcpAnswer(CcpReturn returnCode) : code(returnCode) {}
+    CcpAnswer(const CcpPacket& packet) : data(packet.view().begin(), packet.view().end()) {}
 };
 
 }  // namespace sim

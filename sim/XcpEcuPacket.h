@@ -73,8 +73,9 @@ struct XcpAnswer {
     Time readyAt = 0;  ///< bus time at which it can leave; 0: at once
 
     XcpAnswer() = default;
-    XcpAnswer(XcpError code) : error(code) {}                // NOLINT: handlers return codes
-    XcpAnswer(const XcpPacket& packet) : packets{packet} {}  // NOLINT: handlers return packets
+    // Not explicit, so that a handler returns just a code or just packets.
+    XcpAnswer(XcpError code) : error(code) {}
+    XcpAnswer(const XcpPacket& packet) : packets{packet} {}
 };
 
 }  // namespace sim
