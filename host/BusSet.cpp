@@ -101,6 +101,13 @@ void BusSet::send(const OutgoingFrame& frame) {
     }
 }
 
+void BusSet::delivered(std::size_t bus, std::uint64_t timeUs) {
+    const auto open = m_buses.find(m_config.buses[bus].channel);
+    if (open != m_buses.end()) {
+        open->second->delivered(timeUs);
+    }
+}
+
 std::string BusSet::failure() const {
     for (const auto& [channel, bus] : m_buses) {
         if (std::string text = bus->failure(); !text.empty()) {

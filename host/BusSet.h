@@ -42,6 +42,9 @@ public:
     /// Sends a frame of the library on its channel. One without an open bus is dropped.
     void send(const OutgoingFrame& frame);
 
+    /// The library delivered DAQ values that were on bus @p bus of the configuration at @p timeUs.
+    void delivered(std::size_t bus, std::uint64_t timeUs);
+
     /// Why a bus is down; empty while all work.
     [[nodiscard]] std::string failure() const;
 

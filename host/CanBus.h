@@ -39,6 +39,10 @@ public:
     /// Why the bus is down, with its name in the text; empty while it works.
     [[nodiscard]] virtual std::string failure() const = 0;
 
+    /// The library delivered DAQ values whose frame was on the bus at @p timeUs. A bus that can wait for a
+    /// machine that is too busy to keep up does.
+    virtual void delivered([[maybe_unused]] std::uint64_t timeUs) {}
+
     /// Frames that came in but were lost below the host, so far.
     [[nodiscard]] virtual std::uint64_t overflows() const { return 0; }
 };

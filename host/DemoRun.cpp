@@ -85,6 +85,9 @@ void DemoRun::takeValues(const ValueDelivery& delivery) {
     for (std::size_t i = 0; i < m_config.ecus.size(); ++i) {
         if (m_config.ecus[i].name == delivery.ecuName && !m_memories[i]->take(delivery)) {
             m_monitors[i]->take(delivery);
+            if (delivery.kind == ValueKind::daq && !delivery.values.empty()) {
+                busOf(i).delivered(delivery.values.back().time);
+            }
         }
     }
 }

@@ -118,6 +118,7 @@ void MeasureRun::onValues(const ValueDelivery& delivery) {
     if (delivery.kind == ValueKind::daq) {
         taken.event = (*station)->losses.deliver(delivery.values);
         taken.seconds = m_clock.ofBus((*station)->bus, delivery.values.front().time);
+        m_link.buses().delivered((*station)->bus, delivery.values.back().time);
     } else {
         taken.seconds = m_clock.ofDay(delivery.values.front().time);
     }

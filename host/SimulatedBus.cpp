@@ -6,6 +6,9 @@
 namespace host {
 namespace {
 
+/// First byte of answers, in both protocols: positive ones and errors, or events. Data has lower ones.
+constexpr std::uint8_t kAnswers = 0xFE;
+
 sim::VirtualBusConfig busConfig(const BusRecord& bus) {
     sim::VirtualBusConfig config;
     config.rates.nominal = bus.nominalRate;
@@ -28,6 +31,7 @@ SimulatedBus::SimulatedBus(const Config& config, std::size_t bus, Receiver recei
         }
     }
     m_hostPort = m_bus.attach(*this);
+    m_bus.setBrake([this] { return m_pace.holds(); });
 }
 
 void SimulatedBus::addEcu(const EcuRecord& record, std::size_t index) {
@@ -42,7 +46,13 @@ void SimulatedBus::addEcu(const EcuRecord& record, std::size_t index) {
     m_stations.emplace(index, std::move(station));
 }
 
+void SimulatedBus::send(const sim::Frame& frame) {
+    m_pace.sent();
+    m_hostPort->send(frame);
+}
+
 void SimulatedBus::onFrame(const sim::Frame& frame, sim::Time end) {
+    m_pace.handedOver(end / 1000, frame.length > 0 && frame.data[0] >= kAnswers);
     m_receiver(frame, end / 1000);
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "host/ConfigRecords.h"
+#include "host/DeliveryPace.h"
 #include "host/SimulatedStation.h"
 #include "sim/BusCounters.h"
 #include "sim/BusPort.h"
@@ -32,7 +33,7 @@ public:
     ~SimulatedBus() override = default;
 
     /// Sends a frame as the host.
-    void send(const sim::Frame& frame) { m_hostPort->send(frame); }
+    void send(const sim::Frame& frame);
 
     /// Has @p watcher called with every frame on the wire, of both directions, on the thread of the bus. It
     /// has to live as long as the object.
@@ -54,6 +55,10 @@ public:
         return m_bus.waitUntil(time, timeout);
     }
 
+    /// The library delivered DAQ values of this bus, taken at bus time @p timeUs. While it is far behind what
+    /// the bus gave it, bus time stands still.
+    void delivered(std::uint64_t timeUs) { m_pace.delivered(timeUs); }
+
     [[nodiscard]] sim::Time now() const { return m_bus.now(); }
     [[nodiscard]] sim::BusCounters counters() const { return m_bus.counters(); }
 
@@ -67,6 +72,7 @@ private:
     void addEcu(const EcuRecord& record, std::size_t index);
 
     Receiver m_receiver;
+    DeliveryPace m_pace;
     sim::VirtualBus m_bus;
     std::map<std::size_t, Station> m_stations;  ///< by index of the configuration; fixed after construction
     std::unique_ptr<sim::BusPort> m_hostPort;   ///< last, so that no frame comes in while the rest goes

@@ -24,6 +24,8 @@ public:
 
     [[nodiscard]] std::string failure() const override;
 
+    void delivered(std::uint64_t timeUs) override { m_bus.delivered(timeUs); }
+
     [[nodiscard]] sim::BusCounters counters() const { return m_bus.counters(); }
 
 private:
