@@ -11,7 +11,8 @@ void FrameEvent::set() {
 }
 
 void FrameEvent::wait(std::chrono::nanoseconds limit) {
-    // Who sets it may be about to run: giving way to it costs far less than a timer that is set and cancelled.
+    // Who sets it may be about to run: giving way to it costs far less than a timer that is set and
+    // cancelled.
     std::this_thread::yield();
     std::unique_lock lock(m_mutex);
     m_condition.wait_for(lock, limit, [this] { return m_set; });
