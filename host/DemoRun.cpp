@@ -230,7 +230,7 @@ bool DemoRun::measure() {
 }
 
 /// Judges values up to here and no further: while the library waits for an ECU that is about to fall silent,
-/// the frames of the others pile up, and it keeps only the latest 2000 of each.
+/// the frames of the others pile up, and it drops those of an ECU when more than 2000 wait.
 void DemoRun::concludeMeasurement() {
     for (std::size_t i = 0; i < m_config.ecus.size(); ++i) {
         m_events[i].end = eventIndices(i);

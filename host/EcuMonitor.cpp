@@ -9,6 +9,15 @@
 #include <utility>
 
 namespace host {
+namespace {
+
+/// Bytes that the answer to one command brings.
+std::size_t bytesOfARead(const EcuRecord& ecu) {
+    constexpr std::size_t kCcpUpload = 5;
+    return ecu.ccp ? kCcpUpload : ecu.maxCto - 1U;
+}
+
+}  // namespace
 
 EcuMonitor::EcuMonitor(const EcuRecord& ecu, EcuProbe probe) : m_ecu(ecu), m_probe(std::move(probe)) {
     m_report.variables.resize(ecu.variables.size());
@@ -98,7 +107,7 @@ void EcuMonitor::takeMeasured(const mcMeasureVariableValue& value, ValueKind kin
     const std::size_t index = *indexOf(value.name);
     const VariableRecord& variable = m_ecu.variables[index];
     VariableReport& report = m_report.variables[index];
-    checkBytes(index, value.data, together);
+    checkBytes(index, value.data, kind, together);
     if (kind == ValueKind::daq && report.gaps) {
         const SignalRecord& signal = m_ecu.signals[*variable.signal];
         const std::span<const std::uint8_t> bytes(value.data);
@@ -108,7 +117,7 @@ void EcuMonitor::takeMeasured(const mcMeasureVariableValue& value, ValueKind kin
 }
 
 /// @param together  the event that the value must be of, if that is known
-void EcuMonitor::checkBytes(std::size_t index, std::span<const std::uint8_t> bytes,
+void EcuMonitor::checkBytes(std::size_t index, std::span<const std::uint8_t> bytes, ValueKind kind,
                             std::optional<EventSpan> together) {
     const VariableRecord& variable = m_ecu.variables[index];
     VariableReport& report = m_report.variables[index];
@@ -116,7 +125,8 @@ void EcuMonitor::checkBytes(std::size_t index, std::span<const std::uint8_t> byt
     if (variable.signal) {
         const EventSpan span =
             together.value_or(EventSpan{report.lastEvent, m_probe.eventIndex(variable.event)});
-        event = findEvent(m_ecu.signals[*variable.signal], bytes, span);
+        const std::size_t piece = kind == ValueKind::polled ? bytesOfARead(m_ecu) : bytes.size();
+        event = findReadEvent(m_ecu.signals[*variable.signal], bytes, span, piece);
     } else if (holdsNow(variable, bytes)) {
         event = report.lastEvent;
     }

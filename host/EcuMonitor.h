@@ -50,7 +50,7 @@ struct EcuReport {
 
 /// Values of a DAQ list that come together were taken in one event, which a counter among them names: each
 /// must be what its signal was then. A polled value must be what its signal was at some event since the
-/// value before. Any thread.
+/// value before; if it took several commands, each of its pieces must. Any thread.
 class EcuMonitor {
 public:
     /// @param ecu  must outlive the object
@@ -69,7 +69,7 @@ private:
     [[nodiscard]] std::optional<std::size_t> indexOf(const std::string& name);
     [[nodiscard]] std::map<std::uint16_t, std::uint64_t> eventsNamed(
         const std::vector<mcMeasureVariableValue>& values);
-    void checkBytes(std::size_t index, std::span<const std::uint8_t> bytes,
+    void checkBytes(std::size_t index, std::span<const std::uint8_t> bytes, ValueKind kind,
                     std::optional<EventSpan> together);
     [[nodiscard]] bool holdsNow(const VariableRecord& variable, std::span<const std::uint8_t> bytes) const;
     void noteEvent(VariableReport& report, std::uint64_t event);

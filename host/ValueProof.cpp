@@ -38,4 +38,26 @@ std::optional<std::uint64_t> findEvent(const SignalRecord& signal, std::span<con
     return std::nullopt;
 }
 
+std::optional<std::uint64_t> findReadEvent(const SignalRecord& signal, std::span<const std::uint8_t> bytes,
+                                           EventSpan span, std::size_t piece) {
+    if (bytes.size() <= piece) {
+        return findEvent(signal, bytes, span);
+    }
+    const auto holds = [&](std::uint64_t event, std::size_t from) {
+        const std::vector<std::uint8_t> had = signalBytesAt(signal, event);
+        const std::span<const std::uint8_t> part = bytes.subspan(from, std::min(piece, bytes.size() - from));
+        return had.size() == bytes.size() &&
+               std::equal(part.begin(), part.end(), had.begin() + static_cast<std::ptrdiff_t>(from));
+    };
+    for (std::size_t from = 0; from < bytes.size(); from += piece) {
+        while (!holds(span.first, from)) {
+            if (span.first >= span.last) {
+                return std::nullopt;
+            }
+            ++span.first;
+        }
+    }
+    return span.first;
+}
+
 }  // namespace host

@@ -21,6 +21,12 @@ struct EventSpan {
 [[nodiscard]] std::optional<std::uint64_t> findEvent(const SignalRecord& signal,
                                                      std::span<const std::uint8_t> bytes, EventSpan span);
 
+/// As `findEvent`, for bytes that were read @p piece bytes at a time, one piece after the other: the ECU may
+/// have moved on between two of them. @return the event of the last piece
+[[nodiscard]] std::optional<std::uint64_t> findReadEvent(const SignalRecord& signal,
+                                                         std::span<const std::uint8_t> bytes, EventSpan span,
+                                                         std::size_t piece);
+
 /// Whether a signal counts the events of its channel in 4 bytes or more, so that its value names the event.
 [[nodiscard]] bool namesEvent(const SignalRecord& signal);
 

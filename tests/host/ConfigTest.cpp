@@ -1,6 +1,7 @@
 // Reading of configurations: the example, and each mistake by its message.
 
 #include "tests/host/ConfigTesting.h"
+#include "tests/host/Places.h"
 
 #include <gmock/gmock.h>
 
@@ -157,7 +158,8 @@ TEST(Config, PagesOfAnXcpEcuLieAtOneAddress) {
 }
 
 TEST(Config, ExampleIsGoodAndHasThirtyVariablesPerEcu) {
-    const host::Config config = host::loadConfig(std::string(TALVEX_SOURCE_DIR) + "/examples/demo.toml");
+    const host::Config config =
+        host::loadConfig(std::string(host_test::kProjectFolder) + "/examples/demo.toml");
     ASSERT_EQ(config.ecus.size(), 3U);
     for (const host::EcuRecord& ecu : config.ecus) {
         EXPECT_EQ(ecu.variables.size(), 30U) << ecu.name;

@@ -1,5 +1,5 @@
 #include "tests/host/DecodeTesting.h"
-
+#include "tests/host/Places.h"
 #include "tests/host/Program.h"
 
 #include <fcntl.h>
@@ -33,7 +33,7 @@ Outcome runProgram(const std::vector<std::string>& arguments, const std::string&
     const TempFile in(input);
     const TempFile out("");
     const TempFile err("");
-    std::vector<char*> pointers{const_cast<char*>(TALVEX_PROGRAM)};
+    std::vector<char*> pointers{const_cast<char*>(host_test::kProgram)};
     for (const std::string& argument : arguments) {
         pointers.push_back(const_cast<char*>(argument.c_str()));
     }
@@ -47,7 +47,7 @@ Outcome runProgram(const std::vector<std::string>& arguments, const std::string&
         redirect(out.path(), O_WRONLY, STDOUT_FILENO);
         redirect(err.path(), O_WRONLY, STDERR_FILENO);
         if (chdir(folder.c_str()) == 0) {
-            execv(TALVEX_PROGRAM, pointers.data());
+            execv(host_test::kProgram, pointers.data());
         }
         _exit(127);
     }

@@ -1,6 +1,8 @@
 // Words for the tests of `talvex decode`: logs written by hand, and the program with its two outputs apart.
 #pragma once
 
+#include "tests/host/Places.h"
+
 #include "host/CandumpLog.h"
 #include "host/DecodeStats.h"
 #include "host/FrameDecoder.h"
@@ -17,9 +19,9 @@ struct Outcome {
     std::string err;
 };
 
-// Runs TALVEX_PROGRAM in a folder with this on its standard input.
+// Runs the host tool in a folder with this on its standard input.
 Outcome runProgram(const std::vector<std::string>& arguments, const std::string& input = "",
-                   const std::string& folder = TALVEX_SOURCE_DIR);
+                   const std::string& folder = host_test::kProjectFolder);
 
 std::vector<std::string> linesOf(const std::string& text);
 

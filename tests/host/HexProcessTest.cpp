@@ -1,6 +1,7 @@
 // `talvex hex` as a process, on files that other programs make and read.
 
 #include "tests/host/HexTesting.h"
+#include "tests/host/Places.h"
 
 #include <gmock/gmock.h>
 #include <sys/resource.h>
@@ -163,7 +164,7 @@ TEST(HexInfo, OutputThatCannotBeWrittenIsAFailure) {
     const HexFolder folder;
     folder.file("a.hex", kSmall);
     const std::string command =
-        std::string("'") + TALVEX_PROGRAM + "' hex info '" + folder.path("a.hex") + "' >/dev/full 2>&1";
+        std::string("'") + host_test::kProgram + "' hex info '" + folder.path("a.hex") + "' >/dev/full 2>&1";
     EXPECT_EQ(WEXITSTATUS(std::system(command.c_str())), 1);
 }
 

@@ -1,6 +1,7 @@
 #include "host/IdPair.h"
 
 #include "host/Config.h"
+#include "tests/host/Places.h"
 #include "tests/host/Program.h"
 
 #include <gmock/gmock.h>
@@ -48,7 +49,8 @@ TEST(IdPair, AnythingElseIsRefusedWithWhatWasFound) {
 }
 
 TEST(IdPairs, OfTheExampleAreItsThreeEcus) {
-    const host::Config config = host::loadConfig(std::string(TALVEX_SOURCE_DIR) + "/examples/demo.toml");
+    const host::Config config =
+        host::loadConfig(std::string(host_test::kProjectFolder) + "/examples/demo.toml");
     EXPECT_THAT(host::idPairs(config), ElementsAre(IdPair{Protocol::xcp, 0x600, 0x601, false, false},
                                                    IdPair{Protocol::xcp, 0x640, 0x641, false, true},
                                                    IdPair{Protocol::ccp, 0x680, 0x681, false, false}));

@@ -3,6 +3,7 @@
 
 #include "tests/host/JsonSchema.h"
 #include "tests/host/MemoryTesting.h"
+#include "tests/host/Places.h"
 
 #include <gmock/gmock.h>
 #include <sys/wait.h>
@@ -128,7 +129,7 @@ TEST(CommandLine, EachSubCommandHelps) {
 TEST(StandardOutput, ThatCannotBeWrittenIsAFailureWithAMessage) {
     const MemoryFolder folder;
     folder.file("a.hex", ":020010000ABC28\n:00000001FF\n");
-    const std::string begin = "cd '" + folder.path("") + "' && '" + TALVEX_PROGRAM + "' ";
+    const std::string begin = "cd '" + folder.path("") + "' && '" + host_test::kProgram + "' ";
     for (const char* command :
          {"read -c ecus.toml -e engine engine_speed", "page working -c ecus.toml -e engine",
           "read -c ecus.toml -e engine engine_speed --json", "erase -c ecus.toml -e engine --dry-run",

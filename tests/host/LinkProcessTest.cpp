@@ -3,6 +3,7 @@
 
 #include "tests/host/BusTesting.h"
 #include "tests/host/MemoryTesting.h"
+#include "tests/host/Places.h"
 #include "tests/host/SeedKeyTesting.h"
 
 #include <gmock/gmock.h>
@@ -35,7 +36,7 @@ constexpr const char* kChassis = R"(seed_key = "sim:", lock = [{ resource = "daq
 std::string withLibrary(const std::string& config, const std::string& place, const std::string& library,
                         const std::string& entry) {
     std::string keys =
-        "seed_key = \"" + library + "\", time_ms = 60_000, helper = \"" TALVEX_SEEDKEY_PROGRAM "\"";
+        "seed_key = \"" + library + "\", time_ms = 60_000, helper = \"" + host_test::kSeedKeyProgram + "\"";
     keys += entry.empty() ? "" : ", entry = \"" + entry + "\"";
     return replaced(config, place, replaced(place, "seed_key = \"sim:\"", keys));
 }
@@ -75,15 +76,15 @@ TEST(LinkProcess, InterruptEndsALibraryThatHangs) {
 }
 
 TEST(LinkProcess, EcusThatShareALibraryHaveSettingsOfTheirOwn) {
-    const std::string both = withLibrary(withLibrary(patientConfig(), kEngine, TALVEX_SEEDKEY_XCP, ""),
-                                         kChassis, TALVEX_SEEDKEY_XCP, "Nowhere");
+    const std::string both = withLibrary(withLibrary(patientConfig(), kEngine, host_test::kSeedKeyXcp, ""),
+                                         kChassis, host_test::kSeedKeyXcp, "Nowhere");
     const MemoryFolder folder(both);
     EXPECT_EQ(folder.talvex("read", "engine", {"idle_setpoint"}).code, 0);
     const Outcome outcome =
         folder.talvex("read", "engine", {"-e", "chassis", "idle_setpoint", "spring_rate"});
     EXPECT_EQ(outcome.code, 7);
     EXPECT_THAT(outcome.err, StartsWith(std::string("talvex: chassis: connect: seed and key: ") +
-                                        TALVEX_SEEDKEY_XCP + ": has no function Nowhere; "));
+                                        host_test::kSeedKeyXcp + ": has no function Nowhere; "));
 }
 
 // ---- Output that gets lost -------------------------------------------------------------------------------
@@ -102,7 +103,8 @@ TEST(LinkProcess, TraceOrLogOnAFullDiskIsAFailure) {
 TEST(LinkProcess, StandardOutputOnAFullDiskIsAFailure) {
     const MemoryFolder folder;
     for (const std::string form : {"", " --json"}) {
-        const std::string command = TALVEX_PROGRAM " read -c ecus.toml -e engine idle_setpoint" + form;
+        const std::string command =
+            std::string(host_test::kProgram) + " read -c ecus.toml -e engine idle_setpoint" + form;
         EXPECT_EQ(shell(folder, command + " >/dev/full 2>messages"), 1) << form;
         EXPECT_EQ(folder.text("messages"), "talvex: standard output: could not be written whole\n");
     }
@@ -139,9 +141,9 @@ TEST(LinkProcess, InterruptIsHeardWhileABusIsOpened) {
 TEST(LinkProcess, TimeThatIsNoNumberIsAUsageError) {
     const MemoryFolder folder;
     for (const std::string command : {"sim --listen 127.0.0.1:0", "measure", "demo"}) {
-        EXPECT_EQ(
-            shell(folder, TALVEX_PROGRAM " " + command + " -c ecus.toml --seconds nan >/dev/null 2>messages"),
-            2)
+        EXPECT_EQ(shell(folder, std::string(host_test::kProgram) + " " + command +
+                                    " -c ecus.toml --seconds nan >/dev/null 2>messages"),
+                  2)
             << command;
         EXPECT_THAT(folder.text("messages"), HasSubstr("\"nan\" is no finite number")) << command;
     }

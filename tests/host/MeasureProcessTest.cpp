@@ -1,6 +1,7 @@
 // `talvex measure` as a process, on simulated ECUs.
 
 #include "tests/host/JsonSchema.h"
+#include "tests/host/Places.h"
 #include "tests/host/Program.h"
 
 #include <fcntl.h>
@@ -196,15 +197,16 @@ TEST(MeasureProcess, WithoutATerminalThereIsATableAtTheEnd) {
 }
 
 TEST(MeasureProcess, UnknownVariableNamesTheNearest) {
-    Program program({"measure", "-c", std::string(TALVEX_SOURCE_DIR) + "/examples/demo.toml", "-e", "engine",
-                     "engine_sped"});
+    Program program({"measure", "-c", std::string(host_test::kProjectFolder) + "/examples/demo.toml", "-e",
+                     "engine", "engine_sped"});
     EXPECT_EQ(program.wait(), 2);
     EXPECT_THAT(program.output(),
                 StartsWith("talvex: there is no variable \"engine_sped\"; did you mean engine.engine_speed"));
 }
 
 TEST(MeasureProcess, NameInSeveralEcusIsRefusedWithThem) {
-    Program program({"measure", "-c", std::string(TALVEX_SOURCE_DIR) + "/examples/demo.toml", "ctl_count"});
+    Program program(
+        {"measure", "-c", std::string(host_test::kProjectFolder) + "/examples/demo.toml", "ctl_count"});
     EXPECT_EQ(program.wait(), 2);
     EXPECT_EQ(program.output(),
               "talvex: \"ctl_count\" is a variable of several ECUs; say which of "
@@ -212,7 +214,7 @@ TEST(MeasureProcess, NameInSeveralEcusIsRefusedWithThem) {
 }
 
 TEST(MeasureProcess, OnlyVariablesThatTheLibraryRefusesAreAMistake) {
-    const std::string file = std::string(TALVEX_SOURCE_DIR) + "/examples/demo.toml";
+    const std::string file = std::string(host_test::kProjectFolder) + "/examples/demo.toml";
     Program program({"measure", "-c", file, "engine.removed_sensor"});
     EXPECT_EQ(program.wait(), 3);
     EXPECT_EQ(program.output(),
@@ -300,7 +302,7 @@ TEST(MeasureProcess, StandardOutputThatTakesNothingIsAFailure) {
     }
     const TempFile config(patientExample());
     const TempFile errors("");
-    const std::string line = std::string(TALVEX_PROGRAM) + " measure -c " + config.path() +
+    const std::string line = std::string(host_test::kProgram) + " measure -c " + config.path() +
                              " engine.ctl_count --seconds 0.2 >/dev/full 2>" + errors.path();
     const int status = std::system(line.c_str());
     EXPECT_TRUE(WIFEXITED(status));

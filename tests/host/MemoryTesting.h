@@ -82,6 +82,8 @@ public:
         m_port = std::to_string(std::stoi(m_server.output().substr(portPlace())));
     }
 
+    std::uint16_t port() const { return static_cast<std::uint16_t>(std::stoi(m_port)); }
+
     // For --bus: where the bus of that name is.
     std::string bus(const std::string& name) const {
         return name + "=socketcand://127.0.0.1:" + m_port + "/" + name;

@@ -1,6 +1,7 @@
 // `talvex plan` as a process.
 
 #include "tests/host/DecodeTesting.h"
+#include "tests/host/Places.h"
 #include "tests/host/Program.h"
 
 #include <gmock/gmock.h>
@@ -131,7 +132,7 @@ int codeWithOutput(int output, std::vector<std::string> arguments) {
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
     pid_t process = -1;
-    EXPECT_EQ(posix_spawn(&process, TALVEX_PROGRAM, &actions, nullptr, pointers.data(), environ), 0);
+    EXPECT_EQ(posix_spawn(&process, host_test::kProgram, &actions, nullptr, pointers.data(), environ), 0);
     posix_spawn_file_actions_destroy(&actions);
     close(output);
     int status = 0;
@@ -140,7 +141,8 @@ int codeWithOutput(int output, std::vector<std::string> arguments) {
 }
 
 std::vector<std::string> planOfTheExample(bool asJson) {
-    std::vector<std::string> arguments{"plan", "-c", TALVEX_SOURCE_DIR "/examples/demo.toml"};
+    std::vector<std::string> arguments{"plan", "-c",
+                                       std::string(host_test::kProjectFolder) + "/examples/demo.toml"};
     if (asJson) {
         arguments.emplace_back("--json");
     }

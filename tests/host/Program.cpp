@@ -1,4 +1,5 @@
 #include "tests/host/Program.h"
+#include "tests/host/Places.h"
 
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -19,12 +20,12 @@ namespace host_test {
 namespace {
 
 [[noreturn]] void become(const std::vector<std::string>& arguments) {
-    std::vector<char*> pointers{const_cast<char*>(TALVEX_PROGRAM)};
+    std::vector<char*> pointers{const_cast<char*>(host_test::kProgram)};
     for (const std::string& argument : arguments) {
         pointers.push_back(const_cast<char*>(argument.c_str()));
     }
     pointers.push_back(nullptr);
-    execv(TALVEX_PROGRAM, pointers.data());
+    execv(host_test::kProgram, pointers.data());
     _exit(127);
 }
 
@@ -168,7 +169,7 @@ TempFile::~TempFile() {
 }
 
 std::string projectFile(const std::string& path) {
-    std::ifstream stream(std::string(TALVEX_SOURCE_DIR) + "/" + path);
+    std::ifstream stream(std::string(host_test::kProjectFolder) + "/" + path);
     if (!stream) {
         throw std::runtime_error("cannot read " + path);
     }

@@ -12,7 +12,7 @@ namespace host_test {
 // Where standard error goes: to the output, or apart from it.
 enum class Streams { together, apart };
 
-// Runs TALVEX_PROGRAM.
+// Runs the host tool.
 class Program {
 public:
     explicit Program(const std::vector<std::string>& arguments, Streams streams = Streams::together);
@@ -48,7 +48,7 @@ private:
     std::string m_errors;
 };
 
-// Runs TALVEX_PROGRAM in a terminal of that size and gives what it printed there; its exit code goes into
+// Runs the host tool in a terminal of that size and gives what it printed there; its exit code goes into
 // code. A terminal that is still for a minute is a failure of the test.
 std::string inTerminal(unsigned short columns, unsigned short rows, const std::vector<std::string>& arguments,
                        int& code);

@@ -1,6 +1,7 @@
 // A client that nobody here wrote: python-can of the distribution against `talvex sim`.
 
 #include "tests/host/BusTesting.h"
+#include "tests/host/Places.h"
 #include "tests/host/Program.h"
 
 #include <gtest/gtest.h>
@@ -32,7 +33,7 @@ struct Ended {
 };
 
 Ended runClient(std::uint16_t port) {
-    const std::string command = std::string("timeout 200 ") + kPython + " " + TALVEX_SOURCE_DIR +
+    const std::string command = std::string("timeout 200 ") + kPython + " " + host_test::kProjectFolder +
                                 "/tests/host/python_can_client.py " + std::to_string(port) + " main";
     std::FILE* pipe = popen(command.c_str(), "r");
     Ended ended;

@@ -2,6 +2,7 @@
 
 #include "host/BoundedProcess.h"
 #include "host/SeedKeyWire.h"
+#include "tests/host/Places.h"
 #include "tests/host/Program.h"
 #include "tests/host/SeedKeyTesting.h"
 
@@ -25,7 +26,7 @@ using ::testing::StartsWith;
 using Arguments = std::vector<std::string>;
 
 ProcessOutcome helper(const Arguments& arguments) {
-    return host::runBounded(TALVEX_SEEDKEY_PROGRAM, arguments, {std::chrono::minutes(2), 0x10000});
+    return host::runBounded(host_test::kSeedKeyProgram, arguments, {std::chrono::minutes(2), 0x10000});
 }
 
 // A function of the library with faults, with a seed of 01 02 and room for 124 bytes.
@@ -59,19 +60,20 @@ void expectStatus(const ProcessOutcome& outcome, SeedKeyStatus status) {
 
 TEST(TheSeedKeyHelper, PrintsTheKeyOfTheExampleForXcp) {
     const ProcessOutcome outcome =
-        helper({TALVEX_SEEDKEY_XCP, "XCP_ComputeKeyFromSeed", "xcp", "1", "00112233"});
+        helper({host_test::kSeedKeyXcp, "XCP_ComputeKeyFromSeed", "xcp", "1", "00112233"});
     expectKey(outcome, "b4709df5");
     EXPECT_EQ(outcome.error, "");
 }
 
 TEST(TheSeedKeyHelper, HandsThePrivilegeToFunctionsForXcp) {
-    expectKey(helper({TALVEX_SEEDKEY_XCP, "XCP_ComputeKeyFromSeed", "xcp", "4", "00112233"}), "c2f1e8e8");
+    expectKey(helper({host_test::kSeedKeyXcp, "XCP_ComputeKeyFromSeed", "xcp", "4", "00112233"}), "c2f1e8e8");
 }
 
 TEST(TheSeedKeyHelper, PrintsTheKeyOfTheExampleForCcpWhateverThePrivilege) {
     for (const char* privilege : {"0", "2", "64"}) {
-        expectKey(helper({TALVEX_SEEDKEY_CCP, "ASAP1A_CCP_ComputeKeyFromSeed", "ccp", privilege, "00112233"}),
-                  "be9176e6");
+        expectKey(
+            helper({host_test::kSeedKeyCcp, "ASAP1A_CCP_ComputeKeyFromSeed", "ccp", privilege, "00112233"}),
+            "be9176e6");
     }
 }
 
@@ -86,20 +88,21 @@ TEST(TheSeedKeyHelper, GivesCcpTheLengthAndTheRoomIn16Bits) {
 
 TEST(TheSeedKeyHelper, TellsWhatTheExampleForXcpRefuses) {
     const ProcessOutcome privilege =
-        helper({TALVEX_SEEDKEY_XCP, "XCP_ComputeKeyFromSeed", "xcp", "2", "00112233"});
+        helper({host_test::kSeedKeyXcp, "XCP_ComputeKeyFromSeed", "xcp", "2", "00112233"});
     expectStatus(privilege, SeedKeyStatus::refused);
     EXPECT_THAT(privilege.error,
                 HasSubstr("XCP_ComputeKeyFromSeed refused with 1 (privilege not available)"));
-    EXPECT_THAT(helper({TALVEX_SEEDKEY_XCP, "XCP_ComputeKeyFromSeed", "xcp", "1", ""}).error,
+    EXPECT_THAT(helper({host_test::kSeedKeyXcp, "XCP_ComputeKeyFromSeed", "xcp", "1", ""}).error,
                 HasSubstr("refused with 2 (wrong seed length)"));
     EXPECT_THAT(
-        helper({TALVEX_SEEDKEY_XCP, "XCP_ComputeKeyFromSeed", "xcp", "1", "00112233", "--room", "3"}).error,
+        helper({host_test::kSeedKeyXcp, "XCP_ComputeKeyFromSeed", "xcp", "1", "00112233", "--room", "3"})
+            .error,
         HasSubstr("refused with 3 (key buffer too small)"));
 }
 
 TEST(TheSeedKeyHelper, TellsThatTheExampleForCcpRefuses) {
-    const ProcessOutcome outcome =
-        helper({TALVEX_SEEDKEY_CCP, "ASAP1A_CCP_ComputeKeyFromSeed", "ccp", "2", "00112233", "--room", "3"});
+    const ProcessOutcome outcome = helper(
+        {host_test::kSeedKeyCcp, "ASAP1A_CCP_ComputeKeyFromSeed", "ccp", "2", "00112233", "--room", "3"});
     expectStatus(outcome, SeedKeyStatus::refused);
     EXPECT_THAT(outcome.error,
                 HasSubstr("refused with 0; if its maker takes that for success, set success to zero"));
@@ -193,10 +196,10 @@ TEST(TheSeedKeyHelper, DoesNotRunWhatTheLibraryLeavesForTheEnd) {
 }
 
 TEST(TheSeedKeyHelper, TellsWhichKnownFunctionALibraryHasInstead) {
-    const ProcessOutcome outcome = helper({"--check", TALVEX_SEEDKEY_CCP, "XCP_ComputeKeyFromSeed"});
+    const ProcessOutcome outcome = helper({"--check", host_test::kSeedKeyCcp, "XCP_ComputeKeyFromSeed"});
     expectStatus(outcome, SeedKeyStatus::noEntry);
     EXPECT_EQ(outcome.error,
-              std::string("talvex-seedkey: ") + TALVEX_SEEDKEY_CCP +
+              std::string("talvex-seedkey: ") + host_test::kSeedKeyCcp +
                   ": has no function XCP_ComputeKeyFromSeed; it has ASAP1A_CCP_ComputeKeyFromSeed, so "
                   "set the entry to that, or the protocol to the other one\n");
     EXPECT_EQ(sentence(helper({"--check", badLibrary("faults"), "Key"})),

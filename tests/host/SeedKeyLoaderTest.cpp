@@ -5,6 +5,7 @@
 #include "host/SeedKeyProcess.h"
 #include "host/SeedKeyWire.h"
 #include "sim/SeedKey.h"
+#include "tests/host/Places.h"
 #include "tests/host/Program.h"
 #include "tests/host/SeedKeyTesting.h"
 
@@ -100,7 +101,7 @@ std::string loadComplaintOf(const SeedKeySource& source) {
 
 TEST(ASeedKeyLibraryForXcp, GivesItsKeyWithTheSuccessOfTheSdk) {
     Complaints complaints;
-    const SeedKeyFun function = loadSeedKey(sourceOf(TALVEX_SEEDKEY_XCP), complaints.taker());
+    const SeedKeyFun function = loadSeedKey(sourceOf(host_test::kSeedKeyXcp), complaints.taker());
     ASSERT_TRUE(function);
     const Call made = call(function, 0x01, {0x00, 0x11, 0x22, 0x33});
     EXPECT_EQ(made.result, 1);
@@ -119,7 +120,7 @@ TEST(ASeedKeyLibraryForXcp, IsCalledWithThePrivilegeAndTheRoomOfTheSdk) {
 
 TEST(ASeedKeyLibraryForCcp, GivesItsKeyAndIsNotToldThePrivilege) {
     Complaints complaints;
-    const SeedKeyFun function = loadSeedKey(sourceOf(TALVEX_SEEDKEY_CCP, "", true), complaints.taker());
+    const SeedKeyFun function = loadSeedKey(sourceOf(host_test::kSeedKeyCcp, "", true), complaints.taker());
     ASSERT_TRUE(function);
     for (const std::uint8_t privilege : Bytes{0x01, 0x02, 0x40}) {
         const Call made = call(function, privilege, {0x00, 0x11, 0x22, 0x33});
@@ -138,8 +139,8 @@ TEST(ASeedKeyLibraryForCcp, IsCalledWithLengthsOf16Bits) {
 
 TEST(TheExampleLibraries, HaveTheKeysOfTheSimulatedEcus) {
     Complaints complaints;
-    const SeedKeyFun xcp = loadSeedKey(sourceOf(TALVEX_SEEDKEY_XCP), complaints.taker());
-    const SeedKeyFun ccp = loadSeedKey(sourceOf(TALVEX_SEEDKEY_CCP, "", true), complaints.taker());
+    const SeedKeyFun xcp = loadSeedKey(sourceOf(host_test::kSeedKeyXcp), complaints.taker());
+    const SeedKeyFun ccp = loadSeedKey(sourceOf(host_test::kSeedKeyCcp, "", true), complaints.taker());
     ASSERT_TRUE(xcp && ccp);
     for (std::size_t length = 1; length <= 124; length += 41) {
         const Bytes seed = sim::makeSeed(0x04, length, 7);
@@ -209,7 +210,7 @@ TEST(ASeedKeyLibrary, ThatCrashesFailsAndTakesNobodyAlong) {
     const std::string place = "seed and key: " + badLibrary("faults");
     EXPECT_EQ(complaintOf(faulty("Crash")),
               place + ": Crash crashed (Segmentation fault); ask its maker, who may want to see: " +
-                  TALVEX_SEEDKEY_PROGRAM + " " + badLibrary("faults") +
+                  host_test::kSeedKeyProgram + " " + badLibrary("faults") +
                   " Crash xcp 1 0102 --success zero --room 124 --limit 62");
     EXPECT_THAT(complaintOf(faulty("Abort")), StartsWith(place + ": Abort crashed (Aborted); "));
 }
@@ -248,7 +249,7 @@ host::SeedKeyAnswer answerOf(const std::string& entry, std::uint16_t limitS, std
     request.entry = entry;
     request.seed = {0x01};
     request.limitS = limitS;
-    return host::runSeedKeyHelper(TALVEX_SEEDKEY_PROGRAM, request, timeMs, {});
+    return host::runSeedKeyHelper(host_test::kSeedKeyProgram, request, timeMs, {});
 }
 
 TEST(ASeedKeyLibrary, ThatHangsIsStopped) {
@@ -324,15 +325,15 @@ TEST(ASeedKeyLibraryThatCannotBeUsed, IsNoFunctionAndIsNamedWithTheReason) {
 }
 
 TEST(ASeedKeyLibraryThatCannotBeUsed, IsOneOfTheOtherProtocol) {
-    EXPECT_EQ(loadComplaintOf(sourceOf(TALVEX_SEEDKEY_XCP, "", true)),
-              std::string("seed and key: ") + TALVEX_SEEDKEY_XCP +
+    EXPECT_EQ(loadComplaintOf(sourceOf(host_test::kSeedKeyXcp, "", true)),
+              std::string("seed and key: ") + host_test::kSeedKeyXcp +
                   ": has no function ASAP1A_CCP_ComputeKeyFromSeed; it has XCP_ComputeKeyFromSeed, so set "
                   "the entry "
                   "to that, or the protocol to the other one");
 }
 
 TEST(ASeedKeyHelper, ThatIsNotThereIsNamed) {
-    SeedKeySource source = sourceOf(TALVEX_SEEDKEY_XCP);
+    SeedKeySource source = sourceOf(host_test::kSeedKeyXcp);
     source.helper = "/nowhere/talvex-seedkey";
     EXPECT_EQ(
         loadComplaintOf(source),
@@ -341,25 +342,25 @@ TEST(ASeedKeyHelper, ThatIsNotThereIsNamed) {
 }
 
 TEST(ASeedKeyHelper, ThatIsAnotherProgramIsNoHelper) {
-    SeedKeySource source = sourceOf(TALVEX_SEEDKEY_XCP);
+    SeedKeySource source = sourceOf(host_test::kSeedKeyXcp);
     source.helper = "/bin/echo";
-    EXPECT_EQ(loadComplaintOf(source), std::string("seed and key: ") + TALVEX_SEEDKEY_XCP +
+    EXPECT_EQ(loadComplaintOf(source), std::string("seed and key: ") + host_test::kSeedKeyXcp +
                                            ": loading it ended the process without a key; ask its maker");
 }
 
 TEST(ASeedKeyHelper, IsLookedForOnThePathWhenNoneIsNamed) {
-    const std::string folder = std::filesystem::path(TALVEX_SEEDKEY_PROGRAM).parent_path();
-    SeedKeySource source = sourceOf(TALVEX_SEEDKEY_XCP);
+    const std::string folder = std::filesystem::path(host_test::kSeedKeyProgram).parent_path();
+    SeedKeySource source = sourceOf(host_test::kSeedKeyXcp);
     source.helper.clear();
     setenv("PATH", ("/nowhere:" + folder).c_str(), 1);
-    EXPECT_EQ(host::findSeedKeyHelper(), TALVEX_SEEDKEY_PROGRAM);
+    EXPECT_EQ(host::findSeedKeyHelper(), host_test::kSeedKeyProgram);
     Complaints complaints;
     EXPECT_TRUE(loadSeedKey(source, complaints.taker()));
     EXPECT_THAT(complaints.texts(), IsEmpty());
     setenv("PATH", "/nowhere", 1);
     EXPECT_EQ(host::findSeedKeyHelper(), "");
     EXPECT_EQ(loadComplaintOf(source),
-              std::string("seed and key: ") + TALVEX_SEEDKEY_XCP +
+              std::string("seed and key: ") + host_test::kSeedKeyXcp +
                   ": there is no talvex-seedkey to load it, neither beside this program nor "
                   "on PATH; install it or give its path");
 }
@@ -383,7 +384,7 @@ bool succeeds(const std::string& command) {
 
 TEST(AHelperOf32Bits, ServesALibraryOf32Bits) {
     const TempFolder folder;
-    const std::string root = TALVEX_SOURCE_DIR;
+    const std::string root = host_test::kProjectFolder;
     const std::string helper = folder / "talvex-seedkey32";
     const std::string library = folder / "xcp_example.so";
     if (sizeof(void*) != 8 ||
@@ -405,7 +406,7 @@ TEST(AHelperOf32Bits, ServesALibraryOf32Bits) {
     EXPECT_THAT(complaints.texts(), IsEmpty());
     ASSERT_TRUE(function);
     EXPECT_EQ(call(function, 1, {0x00, 0x11, 0x22, 0x33}).key, (Bytes{0xB4, 0x70, 0x9D, 0xF5}));
-    source.path = TALVEX_SEEDKEY_XCP;
+    source.path = host_test::kSeedKeyXcp;
     EXPECT_THAT(loadComplaintOf(source), HasSubstr("is a 64-bit library; give a helper built for 64 bits"));
 }
 

@@ -8,6 +8,7 @@
 #include "sim/VirtualBus.h"
 #include "sim/XcpEcu.h"
 #include "sim/XcpEcuCodes.h"
+#include "tests/host/Places.h"
 #include "tests/host/SeedKeyTesting.h"
 
 #include <TalvexSDK.h>
@@ -127,7 +128,7 @@ EcuProtoCfg ccpCfg() {
 TEST(AnXcpEcu, IsUnlockedByTheExampleLibrary) {
     sim::XcpEcu ecu = xcpEcu();
     Complaints complaints;
-    EXPECT_EQ(connects(ecu, xcpCfg(), sourceOf(TALVEX_SEEDKEY_XCP), complaints), 0);
+    EXPECT_EQ(connects(ecu, xcpCfg(), sourceOf(host_test::kSeedKeyXcp), complaints), 0);
     EXPECT_EQ(ecu.counters().unlocks, 2U);
     EXPECT_THAT(complaints.texts(), IsEmpty());
 }
@@ -135,7 +136,7 @@ TEST(AnXcpEcu, IsUnlockedByTheExampleLibrary) {
 TEST(ACcpEcu, IsUnlockedByTheExampleLibrary) {
     sim::CcpEcu ecu = ccpEcu();
     Complaints complaints;
-    EXPECT_EQ(connects(ecu, ccpCfg(), sourceOf(TALVEX_SEEDKEY_CCP, "", true), complaints), 0);
+    EXPECT_EQ(connects(ecu, ccpCfg(), sourceOf(host_test::kSeedKeyCcp, "", true), complaints), 0);
     EXPECT_EQ(ecu.counters().unlocks, 1U);
     EXPECT_THAT(complaints.texts(), IsEmpty());
 }

@@ -1,6 +1,8 @@
 // What the tests of seed and key share.
 #pragma once
 
+#include "tests/host/Places.h"
+
 #include "host/SeedKeyLoader.h"
 
 #include <chrono>
@@ -16,7 +18,7 @@ inline constexpr std::uint32_t kPatientMs = 60'000;
 
 // The path of a library with faults: "faults", "crash_at_load" or "missing_symbol".
 inline std::string badLibrary(const std::string& name) {
-    return std::string(TALVEX_SEEDKEY_BAD) + "/" + name + ".so";
+    return std::string(host_test::kSeedKeyBad) + "/" + name + ".so";
 }
 
 inline host::SeedKeySource sourceOf(const std::string& path, const std::string& entry = "",
@@ -26,7 +28,7 @@ inline host::SeedKeySource sourceOf(const std::string& path, const std::string& 
     source.entry = entry;
     source.ccp = ccp;
     source.timeMs = kPatientMs;
-    source.helper = TALVEX_SEEDKEY_PROGRAM;
+    source.helper = host_test::kSeedKeyProgram;
     return source;
 }
 

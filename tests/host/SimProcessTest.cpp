@@ -1,6 +1,7 @@
 // `talvex sim` as a process.
 
 #include "tests/host/BusTesting.h"
+#include "tests/host/Places.h"
 #include "tests/host/Program.h"
 
 #include <gmock/gmock.h>
@@ -158,7 +159,7 @@ TEST(SimProcess, BridgeWhoseOtherSideGoesIsABusError) {
 }
 
 TEST(SimProcess, NothingToListenOnIsAUsageError) {
-    Program program({"sim", std::string(TALVEX_SOURCE_DIR) + "/examples/demo.toml"});
+    Program program({"sim", std::string(host_test::kProjectFolder) + "/examples/demo.toml"});
     EXPECT_EQ(program.wait(), 2);
     EXPECT_EQ(program.output(),
               "talvex: sim: nobody could talk to the ECUs; give --listen HOST:PORT, or "

@@ -1,6 +1,7 @@
 // `talvex upload` as a process, on ECUs that are simulated in it.
 
 #include "tests/host/MemoryTesting.h"
+#include "tests/host/Places.h"
 
 #include <gmock/gmock.h>
 
@@ -179,7 +180,7 @@ TEST(Upload, FullDiskLeavesTheOldFile) {
     const MemoryFolder folder;
     folder.file("page.hex", "old");
     // Files of at most 1024 bytes; the image needs more.
-    const std::string command = "ulimit -f 2; cd '" + folder.path("") + "' && '" + TALVEX_PROGRAM +
+    const std::string command = "ulimit -f 2; cd '" + folder.path("") + "' && '" + host_test::kProgram +
                                 "' upload -c ecus.toml -e gearbox page.hex >/dev/null 2>&1";
     EXPECT_EQ(WEXITSTATUS(std::system(command.c_str())), 1);
     EXPECT_EQ(folder.text("page.hex"), "old");
