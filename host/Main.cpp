@@ -90,6 +90,7 @@ ExitCode endParsing(const CLI::App& app, const CLI::ParseError& error, int argc,
 
 ExitCode run(int argc, char** argv) {
     CLI::App app("talvex: measures and calibrates ECUs over CCP and XCP on CAN");
+    app.set_version_flag("--version", "talvex " TALVEX_VERSION);
     app.require_subcommand(0, 1);
     app.fallthrough(false);
     Options options;

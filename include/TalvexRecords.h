@@ -28,11 +28,10 @@ struct msgBuf {
 
 /// One calibration page of a memory segment.
 struct mcMemoryPage {
-    std::uint8_t pageNumber = 0;   ///< page number of SET_CAL_PAGE
-    std::uint32_t ecuAccess = 0;   ///< carried for the host
-    std::uint32_t readAccess = 0;  ///< carried for the host
-    std::uint32_t writeAccess =
-        0;  ///< 0 marks a page that `mcMemDataReference` selects, else `mcMemDataWorking`
+    std::uint8_t pageNumber = 0;    ///< page number of SET_CAL_PAGE
+    std::uint32_t ecuAccess = 0;    ///< carried for the host
+    std::uint32_t readAccess = 0;   ///< carried for the host
+    std::uint32_t writeAccess = 0;  ///< 0: a page that `mcMemDataReference` selects; else `mcMemDataWorking`
 };
 
 /// One memory segment of an ECU.
@@ -300,8 +299,9 @@ struct CallBackFuns {
     /// Takes each command, response and event analysed, on the thread that sent or received it.
     void (*msgDecodeFun)(std::uint64_t hostTag, mcDecodeMsg message) = nullptr;
 
-    /// Takes the result of each command, and the notifications 3 (link lost) and 4 (measurement begins).
-    /// Worker thread; 3 on the polling thread. @p details lives for the call only.
+    /// Takes the results of commands, but for those of `memResultFun`, and the notifications 3 (link lost)
+    /// and 4 (measurement begins). Worker thread; 3 on the polling thread. @p details lives for the call
+    /// only.
     void (*taskResultFun)(std::uint32_t command, std::uint8_t result,
                           const std::vector<std::string>* details) = nullptr;
 

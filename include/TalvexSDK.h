@@ -12,7 +12,8 @@
 /// 4. An ECU is known by `EcuProtoCfg::ecuName`. There is no handle: the engine is one per process; it comes
 ///    into being with the first call and ends when the library is unloaded.
 /// 5. Command functions return at once. Commands run one after the other on the worker thread and report
-///    through `taskResultFun`. At most 100 wait; one more drops the oldest.
+///    through `taskResultFun`; upload, download, erase and check through `memResultFun`. At most 100 wait;
+///    one more drops the oldest.
 /// 6. Records are copied in both directions; nothing handed over is referred to later. A connected ECU keeps
 ///    the configuration, the callbacks and the log functions that were set when `EcuConnect` ran.
 /// 7. Threads: `taskResultFun`, `memResultFun`, `measureFun` of kind 0 and 2, the seed loaders and
@@ -67,9 +68,11 @@ TALVEX_API void setProtoCfgs(const std::list<EcuProtoCfg>& cfgs);
 /// name changes nothing.
 TALVEX_API void setProtoCfg(const std::string& name, const EcuProtoCfg& cfg);
 
-/// @return a copy of the configurations as the host gave them, without the ECUs' answers
+/// The configurations as the host gave them, without the ECUs' answers.
+/// @return a copy
 TALVEX_API std::list<EcuProtoCfg> getProtoCfg();
 
+/// Whether an ECU was taken up.
 /// @return true if the engine counts as connected and holds an ECU named @p name, even if that ECU's own
 ///         connect failed with another result than 3
 TALVEX_API bool isEcuConnect(const std::string& name);
@@ -82,7 +85,8 @@ TALVEX_API void setCallBackFuns(CallBackFuns callbacks);
 /// ahead of everything else.
 TALVEX_API void setLogBackFuns(logFun log);
 
-/// @return the text of a result code, "未知错误" for anything but 0 to 73. Needs no engine.
+/// The text of a result code.
+/// @return the text, "未知错误" for anything but 0 to 73. Needs no engine
 TALVEX_API std::string getErrorString(std::int32_t code);
 
 // Commands. Each copies its arguments, queues and returns; results come through the callbacks. None tests
@@ -114,10 +118,11 @@ TALVEX_API void UploadFromEcuMem(const std::string& name, mcMemOperType memType)
 TALVEX_API void DownToEcuMem(const std::string& name, mcMemOperType memType,
                              const std::list<mem_buf>& blocks);
 
-/// Clears and programs the data segments of memory type 2 from a file (command 14).
+/// Clears and programs data segments from a file (command 14): with XCP those of memory type 2, with CCP all.
 TALVEX_API void ForceDataDownToEcu(const std::string& name, const std::string& path);
 
-/// Erases memory (command 15).
+/// Erases memory (command 15): with XCP all code segments, with CCP the ranges that @p memType selects; 0
+/// erases nothing.
 TALVEX_API void EarseEcu(const std::string& name, mcMemOperType memType);
 
 /// Fetches the ECU's checksums of the ranges that @p memType selects, beside those of @p blocks (command 16).

@@ -8,7 +8,5 @@
 /// Runs a fixed script of channel functions against an ECU, on a thread of its own: connect, unlock, read the
 /// DAQ facts, set up and start one DAQ list, wait ten seconds, disconnect. Returns at once and reports
 /// nothing; the frames show on the bus and in the log. The thread ends with the library.
-/// @param cfg  of which the channel, the identifiers of master and slave, the time-outs, the byte order and
-/// the
-///             address granularity count
+/// @param cfg  its channel, identifiers, time-outs, byte order and address granularity count
 TALVEX_API void xcpTest(EcuProtoCfg cfg);

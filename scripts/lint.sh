@@ -6,7 +6,7 @@ readonly LIBRARY_FOLDERS='engine transport xcp ccp daq memfile decode channel si
 run_lint() {
     need build host tests bench format lint
     local failures=0 step
-    for step in lint_format lint_scripts lint_rules lint_headers lint_cppcheck lint_clang; do
+    for step in lint_format lint_scripts lint_rules lint_headers lint_cppcheck lint_clang lint_abi; do
         if "$step"; then
             say "$step: clean"
         else
@@ -92,3 +92,51 @@ lint_clang() {
         return 1
     fi
 }
+
+# The library beside the one of the last tagged version: with the same soname only additions pass. Both are built with
+# what debuggers need, as that has the types; the library alone, so that it takes no other package.
+lint_abi() {
+    local tag
+    if ! tag=$(git describe --tags --abbrev=0 --match 'v[0-9]*' 2>/dev/null); then
+        say 'lint_abi: no version is tagged, so there is nothing to compare the library with'
+        return 0
+    fi
+    say "comparing the library with that of $tag"
+    rm -rf -- build/abi/tagged/source
+    mkdir -p -- build/abi/tagged/source
+    git archive "$tag" | tar -x -C build/abi/tagged/source || return 1
+    abi_library build/abi/tagged/source build/abi/tagged/build || return 1
+    abi_library . build/abi/now || return 1
+    abi_allowed build/abi/tagged build/abi/now
+}
+
+# abi_library <source folder> <build folder>
+abi_library() {
+    local launcher=()
+    if command -v ccache >/dev/null; then
+        launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+    fi
+    logged "$2.configure.log" cmake -S "$1" -B "$2" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo "${launcher[@]}" &&
+        logged "$2.build.log" cmake --build "$2" --parallel "$(jobs)" --target TalvexSDK
+}
+
+# abi_allowed <folder of the tagged version> <build folder of this one>: false if what was linked with the one would not
+# run with the other although their sonames promise it. The report is kept, whatever it says.
+abi_allowed() {
+    local old=$1/build/libTalvexSDK.so new=$2/libTalvexSDK.so status=0
+    abidiff --headers-dir1 "$1/source/include" --headers-dir2 include --drop-private-types --no-added-syms \
+        "$old" "$new" >build/abi/report.txt 2>&1 || status=$?
+    if ((status == 0)); then
+        return 0
+    fi
+    if ((status & 3)); then
+        printf 'abidiff ended with %s\n' "$status" >&2
+    elif [[ $(soname "$old") != "$(soname "$new")" ]]; then
+        say 'the soname is another one, so hosts are compiled anew; build/abi/report.txt has the differences'
+        return 0
+    fi
+    head -n 200 build/abi/report.txt >&2
+    return 1
+}
+
+soname() { objdump -p "$1" | awk '$1 == "SONAME" { print $2 }'; }

@@ -7,7 +7,6 @@ export PATH=/bin
 mount -t devtmpfs dev /dev
 mount -t proc proc /proc
 mount -t sysfs sys /sys
-mount -t tmpfs tmp /tmp
 ip link set lo up
 for module in can can-raw can-dev vcan; do
     insmod "/modules/$module.ko" 2>/dev/null || echo "module $module is not to be loaded"
