@@ -122,7 +122,9 @@ private:
         EXPECT_TRUE(allowed.contains(result))
             << operation.name << " gave " << result << " and not " << testing::PrintToString(allowed)
             << ", failed on the wire: " << testing::PrintToString(evidence.failed);
-        EXPECT_EQ(evidence.breaches, std::vector<std::string>()) << operation.name;
+        if (!evidence.muddled && !spoils()) {  // else an answer may be that of another command
+            EXPECT_EQ(evidence.breaches, std::vector<std::string>()) << operation.name;
+        }
         tells(std::string(operation.name) + ": " + std::to_string(result) +
               (evidence.clean ? "" : ", unclean") +
               (evidence.failed.empty() ? "" : ", refused " + support::hexText(evidence.failed)) +
