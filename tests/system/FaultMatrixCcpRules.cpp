@@ -186,26 +186,12 @@ void write(Reckoning& ecu) {
 
 // Memory
 
-/// A step that brings some bytes goes on behind them.
 std::uint32_t uploadMemory(Reckoning& ecu) {
     static constexpr std::size_t kTotal = 20;
     if (runSteps(ecu, {{0x02, 37, "SET_MTA failed"}}) != 0) {
         return 37;
     }
-    std::size_t done = 0;
-    while (done < kTotal) {
-        const std::size_t got = upload(ecu, kTotal - done).size();
-        if (got == 0) {
-            break;
-        }
-        done += got;
-        reportProgress(ecu, 12, done, kTotal);
-    }
-    if (done == 0) {
-        return 34;
-    }
-    reportProgress(ecu, 12, done, kTotal);
-    return 0;
+    return uploadSteps(ecu, kTotal, [&ecu](std::size_t left) { return upload(ecu, left).size(); });
 }
 
 /// Data goes ahead of code. Bytes count as done whether they arrived or not.

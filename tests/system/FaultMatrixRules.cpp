@@ -160,6 +160,24 @@ void reportProgress(Reckoning& ecu, std::uint32_t command, std::size_t done, std
     ecu.memory(command, static_cast<std::uint32_t>(std::min<std::size_t>(100, done * 100 / total)));
 }
 
+std::uint32_t uploadSteps(Reckoning& ecu, std::size_t total,
+                          const std::function<std::size_t(std::size_t left)>& step) {
+    std::size_t done = 0;
+    while (done < total) {
+        const std::size_t got = step(total - done);
+        if (got == 0) {
+            break;
+        }
+        done += got;
+        reportProgress(ecu, 12, done, total);
+    }
+    if (done == 0) {
+        return 34;
+    }
+    reportProgress(ecu, 12, done, total);
+    return 0;
+}
+
 /// Whatever else fails behind it, the ECU counts as connected once CONNECT succeeded; code 3 stands for that.
 void connectBy(Reckoning& ecu, Rule connect) {
     ecu.log(2, "Connecting ecu(ecu)");
@@ -242,22 +260,27 @@ void uploadBy(Reckoning& ecu, Rule upload, Rule selectPage) {
     selectPageBy(ecu, selectPage, kMatrixEcu);
 }
 
-void downloadBy(Reckoning& ecu, Rule download, Rule selectPage) {
-    ecu.log(2, "Download ecu from mem(ecu)");
-    const std::uint32_t code = download(ecu);
-    logFailure(ecu, code, "Download from mem failed: ");
+namespace {
+
+/// An operation whose result is that of @p command.
+void changeMemoryBy(Reckoning& ecu, const char* line, const char* failure, std::uint32_t command, Rule change,
+                    Rule selectPage) {
+    ecu.log(2, line);
+    const std::uint32_t code = change(ecu);
+    logFailure(ecu, code, failure);
     ecu.ends();
-    ecu.memoryResult(11, code);
+    ecu.memoryResult(command, code);
     selectPageBy(ecu, selectPage, kMatrixEcu);
 }
 
+}  // namespace
+
+void downloadBy(Reckoning& ecu, Rule download, Rule selectPage) {
+    changeMemoryBy(ecu, "Download ecu from mem(ecu)", "Download from mem failed: ", 11, download, selectPage);
+}
+
 void eraseBy(Reckoning& ecu, Rule erase, Rule selectPage) {
-    ecu.log(2, "Erase ecu(ecu)");
-    const std::uint32_t code = erase(ecu);
-    logFailure(ecu, code, "Erase failed: ");
-    ecu.ends();
-    ecu.memoryResult(15, code);
-    selectPageBy(ecu, selectPage, kMatrixEcu);
+    changeMemoryBy(ecu, "Erase ecu(ecu)", "Erase failed: ", 15, erase, selectPage);
 }
 
 void checkBy(Reckoning& ecu, std::uint32_t (*check)(Reckoning&, std::size_t&), Rule selectPage) {

@@ -65,6 +65,11 @@ void exchangeAll(Reckoning& ecu, std::initializer_list<std::uint8_t> commands);
 void logFailure(Reckoning& ecu, std::uint32_t code, const std::string& head);
 void reportProgress(Reckoning& ecu, std::uint32_t command, std::size_t done, std::size_t total);
 
+/// Reads @p total bytes, with progress. A step that brings some bytes goes on behind them; one that brings
+/// none is the last. @return 0, or 34 if nothing came
+std::uint32_t uploadSteps(Reckoning& ecu, std::size_t total,
+                          const std::function<std::size_t(std::size_t left)>& step);
+
 using Rule = std::uint32_t (*)(Reckoning&);
 
 void connectBy(Reckoning& ecu, Rule connect);
