@@ -7,6 +7,7 @@
 #include "tests/support/TestHost.h"
 #include "tests/sweep/SeedImage.h"
 #include "tests/sweep/SeedShape.h"
+#include "tests/sweep/Trial.h"
 #include "tests/sweep/Wire.h"
 
 #include <gtest/gtest.h>
@@ -38,28 +39,28 @@ template <typename Bench>
 class SeedRun {
 public:
     SeedRun(Bench& bench, const SeedShape& shape, std::vector<sim::MemorySegment> memory, Wire& wire,
-            Draw& draw)
+            Draw& draw, const Trial& trial)
         : m_bench(bench),
           m_shape(shape),
           m_operations(shape.patience.xcp ? xcpOperations() : ccpOperations()),
           m_image(std::move(memory)),
           m_wire(wire),
           m_draw(draw),
+          m_trial(trial),
           m_story(shape.summary + "\n") {}
 
-    /// Runs the plan. Stops at the first failure of the test.
+    /// Runs the plan. Stops at the first failure.
     SeedTally run() {
         m_bench.setsPage(true);  // the library remembers the page of the session before
-        static_cast<void>(m_wire.take());
-        connects();
-        for (std::uint32_t step = m_draw.between(3, 7); step > 0 && !testing::Test::HasFailure(); --step) {
+        reconnects();
+        for (std::uint32_t step = m_draw.between(3, 7); step > 0 && !m_trial.failed(); --step) {
             m_doubtful = false;
             injects();
             runStep(m_draw.below(10));
             settles();
         }
         expectMemory();
-        if (testing::Test::HasFailure()) {
+        if (m_trial.failed()) {
             std::cout << m_story << '\n';
         }
         return m_tally;
@@ -331,7 +332,7 @@ private:
         m_image.put(memory.codeBase, Bytes(memory.codeSize, 0xFF));
         expectMemory();
         reconnects();
-        if (testing::Test::HasFailure()) {
+        if (m_trial.failed()) {
             return;
         }
         if (m_faulty) {
@@ -426,6 +427,7 @@ private:
     SeedImage m_image;
     Wire& m_wire;
     Draw& m_draw;
+    const Trial& m_trial;
     bool m_faulty = false;    ///< a fault waits in the ECU
     bool m_doubtful = false;  ///< the ECU may have done something else than it was told
     sim::EcuFault m_fault{};

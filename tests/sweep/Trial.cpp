@@ -1,0 +1,52 @@
+#include "tests/sweep/Trial.h"
+
+#include <chrono>
+
+namespace sweep {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+constexpr milliseconds kTurn{1};
+/// A sixth of the time-outs of an impatient host: an answer takes several threads their turn each.
+constexpr milliseconds kStall{5};
+
+}  // namespace
+
+StallWatch::StallWatch() : m_thread([this] { watch(); }) {}
+
+StallWatch::~StallWatch() {
+    m_end = true;
+    m_thread.join();
+}
+
+void StallWatch::watch() {
+    while (!m_end) {
+        const Clock::time_point begin = Clock::now();
+        std::this_thread::sleep_for(kTurn);
+        if (Clock::now() - begin > kTurn + kStall) {
+            m_stalled = true;
+        }
+    }
+}
+
+void Trial::tell() {
+    m_reporter.reset();
+    for (int i = 0; i < m_results.size(); ++i) {
+        const testing::TestPartResult& result = m_results.GetTestPartResult(i);
+        if (result.failed()) {
+            ADD_FAILURE_AT(result.file_name() == nullptr ? "" : result.file_name(), result.line_number())
+                << result.message();
+        }
+    }
+}
+
+void Trial::Reporter::ReportTestPartResult(const testing::TestPartResult& result) {
+    ScopedFakeTestPartResultReporter::ReportTestPartResult(result);
+    if (result.failed()) {
+        m_failed = true;
+    }
+}
+
+}  // namespace sweep
