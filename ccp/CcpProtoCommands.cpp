@@ -192,6 +192,14 @@ std::uint32_t CcpProtoTransmit::cmdMove(std::uint32_t size) {
     return run(command(kMove, 6).put32(2, size, m_byteOrder != 0));
 }
 
+std::uint32_t CcpProtoTransmit::cmdUpload(std::uint8_t count, msgBuf& response) {
+    const std::lock_guard lock(m_mutex);
+    CommandFrame frame = command(kUpload, static_cast<std::uint16_t>(count + kDataOffset));
+    frame.put8(2, count);
+    sendFrame(frame.frame());
+    return receiveResponse(frame.frame(), response, commandTimeout(kUpload)) == kStatusSuccess ? 0 : 1;
+}
+
 /// What is asked for follows `maxCto`, what is copied follows `maxDto`: bytes that a response does not hold
 /// read as zeros.
 std::uint32_t CcpProtoTransmit::uploadBlock(std::uint8_t* destination, std::uint32_t length) {
@@ -214,17 +222,16 @@ std::uint32_t CcpProtoTransmit::uploadTo(const std::function<std::uint8_t*(std::
     const std::uint32_t askable = m_cfg.maxCto > kHead ? m_cfg.maxCto - kHead : 0;
     const std::uint32_t copyable = m_cfg.maxDto > kHead ? m_cfg.maxDto - kHead : 0;
     std::uint32_t read = 0;
-    while (read < length && askable > 0 && copyable > 0) {
+    while (read < length && askable > 0) {
         const std::uint32_t left = length - read;
-        const auto asked = static_cast<std::uint8_t>(std::min(askable, left));
-        CommandFrame frame = command(kUpload, static_cast<std::uint16_t>(asked + kDataOffset));
-        frame.put8(2, asked);
         msgBuf response;
-        sendFrame(frame.frame());
-        if (receiveResponse(frame.frame(), response, commandTimeout(kUpload)) != kStatusSuccess) {
+        if (cmdUpload(static_cast<std::uint8_t>(std::min(askable, left)), response) != 0) {
             break;
         }
         const std::uint32_t taken = std::min(copyable, left);
+        if (taken == 0) {
+            break;
+        }
         std::uint8_t* const destination = roomFor(read + taken);
         for (std::uint32_t i = 0; i < taken; ++i) {
             const std::size_t at = kDataOffset + i;

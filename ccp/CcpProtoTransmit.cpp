@@ -77,6 +77,9 @@ CcpProtoTransmit::CcpProtoTransmit(const EcuProtoCfg& cfg, const CallBackFuns& c
 std::uint32_t CcpProtoTransmit::sendFrame(msgBuf& frame) {
     const std::lock_guard lock(m_mutex);
     dropStaleResponses();
+    if (refusesFrames()) {
+        return 0;
+    }
     const std::size_t sentLength = pad(frame, frame.data.size(), 0);
     return transmit(frame, {kTraceSent, kTraceReceived}, frame.length, sentLength);
 }

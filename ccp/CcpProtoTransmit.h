@@ -85,7 +85,9 @@ public:
     std::uint32_t cmdProgram(const std::uint8_t* source, std::uint8_t count);
     /// Sends six bytes. @return 6, whatever the ECU said
     std::uint32_t cmdProgram6(const std::uint8_t* source);
-    /// Reads from the MTA by UPLOAD. No repeats; looks at no link and keeps no status. @return bytes read
+    /// Asks for @p count bytes from the MTA by UPLOAD. No repeats; looks at no link and keeps no status.
+    std::uint32_t cmdUpload(std::uint8_t count, msgBuf& response);
+    /// Reads from the MTA by `cmdUpload`, as often as it takes, until one brings nothing. @return bytes read
     std::uint32_t uploadBlock(std::uint8_t* destination, std::uint32_t length);
     /// The same into a buffer that grows with what arrives.
     std::uint32_t uploadBlock(std::vector<std::uint8_t>& destination, std::uint32_t length);

@@ -142,17 +142,23 @@ std::string unknownName(std::uint8_t code) {
     return "UNKNOWN_PID (0x" + decText(code) + ")";
 }
 
+std::string nameOrUnknown(std::string_view name, std::uint8_t code) {
+    if (name.empty()) {
+        return unknownName(code);
+    }
+    return std::string(name);
+}
+
 }  // namespace
 
 std::string commandName(std::uint8_t code, std::uint8_t subCode, bool fromSlave) {
     if (fromSlave) {
-        return code < lowestAnswerPid ? "DAQ" : unknownName(code);
+        return nameOrUnknown(code < lowestAnswerPid ? "DAQ" : "", code);
     }
     if (code == subCommandCode) {
         return std::string(subNameIndex[subCode]);
     }
-    const std::string_view name = nameIndex[code];
-    return name.empty() ? unknownName(code) : std::string(name);
+    return nameOrUnknown(nameIndex[code], code);
 }
 
 }  // namespace trace_view

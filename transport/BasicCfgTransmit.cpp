@@ -189,12 +189,16 @@ std::size_t BasicCfgTransmit::pad(msgBuf& frame, std::size_t capacity, std::uint
     return padded;
 }
 
+bool BasicCfgTransmit::refusesFrames() const {
+    const bool refuses = m_callBacks.sndFun == nullptr || stopFlag().isStopped();
+    if (refuses) {
+        writeLog(kLogWarning, "callback sndFun is nullptr or isStopTransmit");
+    }
+    return refuses;
+}
+
 std::uint32_t BasicCfgTransmit::transmit(msgBuf& frame, const TraceTexts& trace, std::size_t dumpLength,
                                          std::size_t sentLength) {
-    if (m_callBacks.sndFun == nullptr || stopFlag().isStopped()) {
-        writeLog(kLogWarning, "callback sndFun is nullptr or isStopTransmit");
-        return 0;
-    }
     if (!m_callBacks.logFuns.empty()) {
         writeLog(kLogTrace, dumpLine(trace.sent, frame, dumpLength));
     }

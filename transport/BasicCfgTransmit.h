@@ -110,6 +110,10 @@ protected:
     /// @return bytes that go out: with padding all of `maxCto`, so that a longer frame is cut
     std::size_t pad(msgBuf& frame, std::size_t capacity, std::uint8_t padByte) const;
 
+    /// Whether nothing may be sent: the host has no send function, or `stopAllTask` holds the bus. Says so in
+    /// the log. A frame that is refused stays as it was.
+    bool refusesFrames() const;
+
     /// Sends @p frame: logs its first @p dumpLength bytes, stamps it, has it analysed and gives
     /// @p sentLength bytes to the host. Holds m_mutex.
     std::uint32_t transmit(msgBuf& frame, const TraceTexts& trace, std::size_t dumpLength,

@@ -76,12 +76,8 @@ void deliverDaqFrames(BasicCfgTransmit& ecu, IDaq& daq,
 }
 
 void deliverPolled(const BasicCfgTransmit& ecu, PollScheduler& scheduler) {
-    if (!scheduler.tick()) {
-        return;
-    }
-    const std::vector<mcMeasureVariableValue> values = std::exchange(scheduler.m_results, {});
-    if (!values.empty()) {
-        ecu.deliverValues(kMeasurePolled, values);
+    if (scheduler.tick()) {
+        ecu.deliverValues(kMeasurePolled, std::exchange(scheduler.m_results, {}));
     }
 }
 
@@ -109,11 +105,11 @@ mcMeasureVariableValue valueReadNow(const mcMeasureVariable& variable, std::vect
 }
 
 std::int32_t responseBudgetMs(std::uint16_t timeoutMs, std::int32_t retryCount, std::uint32_t retryDelayMs) {
-    const std::int64_t timeout = timeoutMs != 0 ? timeoutMs : kDefaultTimeoutMs;
-    const std::int64_t repeats = std::max(retryCount, 0);
-    const std::int64_t budget = retryDelayMs * repeats + timeout * (repeats + 1);
+    const std::uint64_t timeout = timeoutMs != 0 ? timeoutMs : kDefaultTimeoutMs;
+    const auto repeats = static_cast<std::uint64_t>(std::max(retryCount, 0));
+    const std::uint64_t budget = retryDelayMs * repeats + timeout * (repeats + 1);
     return static_cast<std::int32_t>(
-        std::min<std::int64_t>(budget, std::numeric_limits<std::int32_t>::max()));
+        std::min<std::uint64_t>(budget, std::numeric_limits<std::int32_t>::max()));
 }
 
 bool isPeriodOver(std::uint64_t now, std::uint64_t& last, std::uint32_t periodMs) {

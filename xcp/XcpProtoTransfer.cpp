@@ -201,6 +201,7 @@ std::uint8_t XcpProtoTransmit::downloadPlain(const std::uint8_t* source, std::ui
 
 std::uint8_t XcpProtoTransmit::programPlain(const std::uint8_t* source, std::uint8_t count,
                                             std::uint8_t granularity) {
+    const std::lock_guard lock(m_mutex);  // a read between two frames would move the MTA
     return sendPlain(kProgram, source, count, granularity);
 }
 

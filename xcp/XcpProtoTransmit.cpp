@@ -62,6 +62,9 @@ XcpProtoTransmit::XcpProtoTransmit(const EcuProtoCfg& cfg, const CallBackFuns& c
 std::uint32_t XcpProtoTransmit::sendFrame(msgBuf& frame) {
     const std::lock_guard lock(m_mutex);
     dropStaleResponses();
+    if (refusesFrames()) {
+        return 0;
+    }
     const std::size_t capacity = m_cfg.masterFd != 0 ? kFdCapacity : kClassicCapacity;
     const std::size_t sentLength = pad(frame, capacity, m_cfg.padByte);
     return transmit(frame, {kTraceSent, kTraceReceived}, sentLength, sentLength);
@@ -89,7 +92,6 @@ std::uint32_t XcpProtoTransmit::receiveResponse(const msgBuf& request, msgBuf& r
         }
         deadline.restart(m_cfg.xcp.t7);
     }
-    response.length = 0;
     return kStatusNoAnswer;
 }
 

@@ -39,6 +39,7 @@ public:
 
     std::uint32_t sendFrame(msgBuf& frame) override;
 
+    /// @param response  gets the last answer, a busy one included; its length is 0 if none came
     /// @return 256 for a positive response, the ECU's error code 1 to 255, or 2304 for no answer in time. A
     ///         busy answer starts `t7` afresh, as often as it comes; ERR_CMD_SYNCH counts as success.
     std::uint32_t receiveResponse(const msgBuf& request, msgBuf& response, std::int32_t timeoutMs) override;

@@ -158,6 +158,49 @@ TEST_F(CcpCommands, UploadWithoutRoomInTheFrameEndsWithNothing) {
     }
 }
 
+TEST_F(CcpCommands, UploadThatCanKeepNoByteAsksOnceAndEnds) {
+    std::array<std::uint8_t, 4> read{};
+    for (const std::uint16_t maxDto : {std::uint16_t{0}, std::uint16_t{3}}) {
+        startsAnew();
+        cfg.maxDto = maxDto;
+        ecu.answers("04 ..", {"ff 00 @1 a1 a2 a3 a4 a5"});
+        EXPECT_EQ(task().uploadBlock(read.data(), 4), 0U);
+        EXPECT_EQ(ecu.count("04 .."), 1U);
+    }
+    EXPECT_EQ(read, (std::array<std::uint8_t, 4>{}));
+}
+
+TEST_F(CcpCommands, UploadCopiesByMaxDtoAndReadsZerosBehindWhatItAskedFor) {
+    cfg.maxCto = 8;
+    cfg.maxDto = 64;
+    ecu.answers("04 ..", {"ff 00 @1 a1 a2 a3 a4 a5"});
+    std::array<std::uint8_t, 20> read{};
+    read.fill(0xEE);
+    EXPECT_EQ(task().uploadBlock(read.data(), 20), 20U);
+    EXPECT_EQ(sent(), Texts{"04 ## 05 00 00 00 00 00"});
+    EXPECT_EQ(support::hexText(read.data(), 20),
+              "a1 a2 a3 a4 a5 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00");
+}
+
+TEST_F(CcpCommands, UploadThatReachesBehindTheFrameReadsZerosThere) {
+    cfg.maxCto = 80;
+    cfg.maxDto = 80;
+    ecu.answers("04 ..", {"ff 00 @1 " + support::hexText(support::countingBytes(61, 1))});
+    std::vector<std::uint8_t> read(70, 0xEE);
+    EXPECT_EQ(task().uploadBlock(read.data(), 70), 70U);
+    EXPECT_EQ(ecu.count("04 .."), 1U);
+    EXPECT_EQ(read[0], 1);
+    EXPECT_EQ(read[60], 61);
+    EXPECT_EQ(std::vector<std::uint8_t>(read.begin() + 61, read.end()), std::vector<std::uint8_t>(9, 0));
+}
+
+TEST_F(CcpCommands, DownloadWithoutRoomInTheFrameSendsNothing) {
+    cfg.maxCto = 3;
+    EXPECT_EQ(task().programBytes(4, support::countingBytes(4, 0).data()), 0);
+    task().downloadBytes(4, support::countingBytes(4, 0).data(), false);
+    EXPECT_TRUE(sent().empty());
+}
+
 TEST_F(CcpCommands, DownloadStopsAtTheFirstFailureUnreported) {
     ecu.answersInTurn("03 ..", {{"ff 00 @1"}, {"ff 33 @1"}});
     task().downloadBytes(12, support::countingBytes(12, 0).data(), false);

@@ -2,6 +2,7 @@
 #include "tests/ccp/CcpTestSupport.h"
 
 #include <algorithm>
+#include <set>
 
 using namespace ccp_test;
 
@@ -60,6 +61,15 @@ TEST_F(CcpConnect, MasterIdentificationIsMastAndFifteenRandomBits) {
     task().connect();
     EXPECT_TRUE(std::equal(task().m_masterId.begin(), task().m_masterId.begin() + 4, "mast"));
     EXPECT_EQ(task().m_masterId[5] & 0x80, 0);
+}
+
+TEST_F(CcpConnect, MasterIdentificationIsAnotherWithEachConnect) {
+    std::set<int> numbers;
+    for (int i = 0; i < 20; ++i) {
+        ASSERT_EQ(task().connect(), 0U);
+        numbers.insert(task().m_masterId[4] + 256 * task().m_masterId[5]);
+    }
+    EXPECT_GT(numbers.size(), 2U);
 }
 
 TEST_F(CcpConnect, SessionStatusIsReadSetWithItsBitsAndReadAgain) {
@@ -138,6 +148,15 @@ TEST_F(CcpConnect, ResourcesAreUnlockedInOrderIfProtectedAndMasked) {
     EXPECT_FALSE(task().m_lib);
 }
 
+TEST_F(CcpConnect, LibraryIsLoadedOnceByItsPathWithTheLoaderOfCcp) {
+    offersKeys();
+    protects(0x43, 0x43);
+    EXPECT_EQ(task().connect(), 0U);
+    ASSERT_EQ(host.seedLoads().size(), 1U);
+    EXPECT_EQ(host.seedLoads().front().path, "lib/key.so");
+    EXPECT_FALSE(host.seedLoads().front().xcp);
+}
+
 TEST_F(CcpConnect, ResourceMaskOfOtherBitsGetsNoGetSeed) {
     offersKeys();
     protects(0x20, 0x20);
@@ -151,6 +170,17 @@ TEST_F(CcpConnect, FreeResourceNeedsNoKey) {
     ecu.answers("12 ..", {"ff 00 @1 00 aa bb cc dd"});
     EXPECT_EQ(task().connect(), 0U);
     EXPECT_EQ(ecu.count("13 .."), 0U);
+}
+
+/// Only a status of 1 asks for a key.
+TEST_F(CcpConnect, ResourceOfAnotherProtectionStatusIsFreeToo) {
+    offersKeys();
+    protects(1, 1);
+    ecu.answers("12 ..", {"ff 00 @1 02 aa bb cc dd"});
+    EXPECT_EQ(task().connect(), 0U);
+    EXPECT_EQ(ecu.count("12 .."), 1U);
+    EXPECT_EQ(ecu.count("13 .."), 0U);
+    EXPECT_TRUE(asked.empty());
 }
 
 TEST_F(CcpConnect, KeyFunctionThatSaysNoIsASeedKeyFailure) {

@@ -56,6 +56,24 @@ TEST_F(CcpMeasurement, StopStopsEveryListWithItsLastPidThenAllIfSupported) {
     EXPECT_TRUE(sent().empty());
 }
 
+TEST_F(CcpMeasurement, StopWithoutTheCommandForAllStopsTheListsAlone) {
+    task().prepareMeasurement(variables());
+    task().stopMeasurement();
+    EXPECT_EQ(sent(), (Texts{"06 ## 00 00 11 00 02 01", "06 ## 00 01 20 01 02 01"}));
+}
+
+TEST_F(CcpMeasurement, StopEmptiesTheTimetableWithAndWithoutAPollPeriod) {
+    for (const std::uint16_t period : {std::uint16_t{0}, std::uint16_t{50}}) {
+        SCOPED_TRACE(period);
+        startsAnew();
+        cfg.ccp.pollPeriodMs = period;
+        task().prepareMeasurement({variable("a", 0x1000, 4), variable("slow", 0x20, 2, 0, 10)});
+        ASSERT_FALSE(task().m_pollScheduler->m_groups.empty());
+        task().stopMeasurement();
+        EXPECT_TRUE(task().m_pollScheduler->m_groups.empty());
+    }
+}
+
 TEST_F(CcpMeasurement, RefusedPointerLeavesTheOdtWithItsLine) {
     ecu.answersInTurn("15 ..", {{"ff 31 @1"}, {"ff 22 @1"}, {"ff 22 @1"}});
     task().prepareMeasurement(variables());
@@ -247,6 +265,29 @@ TEST_F(CcpMeasurement, SizesOfTheEcuDecideThePlan) {
     EXPECT_EQ(task().m_daq.m_daqLists.at(0).firstPid, 0x30);
     EXPECT_EQ(task().m_daq.m_daqLists.at(0).odts.size(), 1U);
     EXPECT_EQ(task().m_pollScheduler->m_groups.at(1000).variables.size(), 2U) << "c and d";
+}
+
+TEST_F(CcpMeasurement, SizesAreNotAskedWhereAllIsPolled) {
+    cfg.ccp.queryDaqSizes = 1;
+    cfg.ccp.pollPeriodMs = 50;
+    EXPECT_EQ(task().prepareMeasurement(variables()), 0U);
+    EXPECT_TRUE(sent().empty());
+    EXPECT_TRUE(host.plans().empty());
+}
+
+TEST_F(CcpMeasurement, PlanIsShownWithTheConfigurationOfTheTaskItselfAndTheSizesOfTheEcu) {
+    static const EcuProtoCfg* shown = nullptr;
+    cfg.ccp.queryDaqSizes = 1;
+    ecu.answersInTurn("14 ..", {{"ff 00 @1 07 30"}, {"ff 00 @1 05 40"}});
+    task().prepareMeasurement(variables());
+    ASSERT_EQ(host.plans().size(), 1U);
+    EXPECT_EQ(host.plans()[0].cfg.ccp.daqLists.at(0).odtCount, 7);
+    EXPECT_EQ(host.plans()[0].cfg.ccp.daqLists.at(0).firstPid, 0x30);
+    EXPECT_EQ(host.plans()[0].cfg.ccp.daqLists.at(1).odtCount, 5);
+    startsAnew();
+    callBacks.daqInfoFun = [](const EcuProtoCfg* own, const DaqFinishedNames*) { shown = own; };
+    task().prepareMeasurement(variables());
+    EXPECT_EQ(shown, &task().m_cfg);
 }
 
 TEST_F(CcpMeasurement, FramesOfAListsOwnIdentifierAreDaqFramesWhateverTheirFirstByte) {

@@ -69,6 +69,19 @@ TEST_F(CcpMemory, CopyMovesTheLengthOfTheSegmentOfTypesTwoAndTwoWithoutSettingMt
     EXPECT_EQ(sent().front(), "19 ## 34 12 00 00");
 }
 
+TEST_F(CcpMemory, CopyMovesTheLengthOfTheFirstOfSeveralSegmentsOfTypesTwoAndTwo) {
+    supports("19");
+    const auto typed = [](std::uint32_t programType, std::uint32_t memoryType, std::uint32_t length) {
+        mcMemoryInfo made = segment(0x1000, length);
+        made.programType = programType;
+        made.memoryType = memoryType;
+        return made;
+    };
+    cfg.dataSegments = {typed(2, 1, 0x11), typed(1, 2, 0x22), typed(2, 2, 0x1234), typed(2, 2, 0x5678)};
+    EXPECT_EQ(task().copyReferenceToWorking(), 0U);
+    EXPECT_EQ(sent(), Texts{"19 ## 34 12 00 00"});
+}
+
 TEST_F(CcpMemory, CopyWithoutMoveIsAWarning) {
     EXPECT_EQ(task().copyReferenceToWorking(), 72U);
     EXPECT_EQ(host.logTexts(3), Texts{"CCP has no MOVE; copy reference to working page not supported"});
@@ -318,6 +331,38 @@ TEST_F(CcpMemory, ChecksumHasTheWidthOfItsKind) {
                                        sum.begin(), sum.begin() + static_cast<std::ptrdiff_t>(widths[i])));
         EXPECT_EQ(results[0].expected.size(), widths[i]);
     }
+}
+
+/// Over the bytes 0 to 7, least significant byte first.
+TEST_F(CcpMemory, ExpectedChecksumIsThatOfTheImage) {
+    const std::vector<std::pair<std::uint32_t, const char*>> rows = {
+        {1, "1c"},          {2, "1c 00"}, {3, "1c 00 00 00"}, {4, "0c 10"},       {5, "0c 10 00 00"},
+        {6, "04 06 08 0a"}, {7, "06 71"}, {8, "8d 17"},       {9, "9f 68 aa 88"}, {10, "00 00 00 00"},
+    };
+    ecu.answers("0e ..", {"ff 00 @1 04 11 22 33 44"});
+    for (const auto& [kind, expected] : rows) {
+        startsAnew();
+        mcMemoryInfo range = segment(0x1000, 8);
+        range.checksumType = kind;
+        cfg.dataSegments = {range};
+        std::vector<mcMemoryData> results;
+        EXPECT_EQ(task().checkMemory({block(0x1000, 8)}, 2, &results), 0U);
+        ASSERT_EQ(results.size(), 1U);
+        EXPECT_EQ(support::hexText(results[0].expected), expected) << kind;
+    }
+}
+
+TEST_F(CcpMemory, ExpectedChecksumOfEachStepIsThatOfItsOwnBytes) {
+    mcMemoryInfo range = segment(0x1002, 6);
+    range.checksumType = 2;
+    range.checksumBlockSize = 4;
+    cfg.dataSegments = {range};
+    ecu.answers("0e ..", {"ff 00 @1 02 34 12"});
+    std::vector<mcMemoryData> results;
+    EXPECT_EQ(task().checkMemory({block(0x1000, 8)}, 2, &results), 0U);
+    ASSERT_EQ(results.size(), 2U);
+    EXPECT_EQ(support::hexText(results[0].expected), "0e 00");  // 2 + 3 + 4 + 5
+    EXPECT_EQ(support::hexText(results[1].expected), "0d 00");  // 6 + 7
 }
 
 TEST_F(CcpMemory, ChecksumThatIsShorterThanItsKindIsFilledWithZeros) {

@@ -33,6 +33,23 @@ TEST_F(ChannelDaq, ListInfoTwiceOnOneListLeavesOneEntry) {
     EXPECT_EQ(lists().at(2).maxOdt, 4U);
 }
 
+TEST_F(ChannelDaq, ListInfoLeavesWhatItDoesNotTell) {
+    XcpDaqListCfg& known = lists()[2];
+    known.firstPid = 0x1C;
+    known.mode = 0x12;
+    known.prescaler = 5;
+    known.priority = 6;
+    known.fixedEvent = 7;
+    ecu.answers("d8 ..", {"ff 05 03 07 34 12"});
+    EXPECT_EQ(xcpGetDaqListInfo(slave, 2, bytes(), size()), kSuccess);
+    EXPECT_EQ(lists().at(2).maxOdt, 3U);
+    EXPECT_EQ(lists().at(2).firstPid, 0x1CU);
+    EXPECT_EQ(lists().at(2).mode, 0x12U);
+    EXPECT_EQ(lists().at(2).prescaler, 5U);
+    EXPECT_EQ(lists().at(2).priority, 6U);
+    EXPECT_EQ(lists().at(2).fixedEvent, 7U);
+}
+
 // The event of an answer is never swapped, the list number of the request is.
 TEST_F(ChannelDaq, FixedEventOfListInfoIsReadLittleEndianFromABigEndianEcu) {
     proto.byteOrder = 1;
@@ -109,6 +126,25 @@ TEST_F(ChannelDaq, FreeAndClearForgetThePlan) {
     object().m_daq.m_daqLists[1];
     EXPECT_EQ(xcpClearDaqList(slave, 1, bytes(), size()), kSuccess);
     EXPECT_TRUE(object().m_daq.m_daqLists.empty());
+}
+
+TEST_F(ChannelDaq, PlanIsForgottenAheadOfTheCommandsThatTakeItsListsAway) {
+    const std::vector<std::pair<const char*, std::function<void()>>> rows = {
+        {"snd d6", [this] { xcpFreeDaqLists(slave, bytes(), size()); }},
+        {"snd e3 00 01 00", [this] { xcpClearDaqList(slave, 1, bytes(), size()); }},
+    };
+    for (const auto& [frame, command] : rows) {
+        SCOPED_TRACE(frame);
+        std::vector<std::size_t> plannedAtSend;
+        host.onEvent([&, sending = frame](const std::string& entry) {
+            if (entry == sending) {
+                plannedAtSend.push_back(object().m_daq.m_daqLists.size());
+            }
+        });
+        object().m_daq.m_daqLists[1];
+        command();
+        EXPECT_EQ(plannedAtSend, std::vector<std::size_t>{0});
+    }
 }
 
 TEST_F(ChannelDaq, PlanIsForgottenAlsoWhenTheEcuRefuses) {

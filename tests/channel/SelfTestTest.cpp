@@ -1,5 +1,6 @@
 // The self-test: the order of its commands on the bus, and its end.
 #include "tests/channel/ChannelTestSupport.h"
+#include "tests/support/ThreadCount.h"
 
 #include <TalvexSelfTest.h>
 
@@ -117,8 +118,25 @@ TEST_F(SelfTest, UsesAChannelAndASlaveOfItsOwn) {
     EXPECT_EQ(channelRegistry().findSlave(0)->m_cfg.xcp.retryCount, 0);
 }
 
+TEST_F(SelfTest, NeitherRepeatsNorPadsWhateverItIsGiven) {
+    EcuProtoCfg cfg = m_ecu.config(kLongMs);
+    cfg.xcp.retryCount = 3;
+    cfg.padFrames = 1;
+    cfg.padByte = 0xA5;
+    m_ecu.answersByDefault({"fe 20"});
+    xcpTest(cfg);
+    ASSERT_TRUE(hasStarted());
+    followed(kScript);
+    const ChannelRegistry::Slave made = channelRegistry().findSlave(0);
+    ASSERT_NE(made, nullptr);
+    EXPECT_EQ(made->m_cfg.xcp.retryCount, 0);
+    EXPECT_EQ(made->m_cfg.padFrames, 0);
+    EXPECT_EQ(made->m_cfg.padByte, 0);
+}
+
 // Ten seconds of running DAQ lists, then the session is closed and the handles are given back.
-TEST_F(SelfTest, ClosesItsSessionAfterTenSeconds) {
+TEST_F(SelfTest, ClosesItsSessionAfterTenSecondsAndCanBeginAgain) {
+    const std::size_t threads = support::threadCount();
     begins();
     ASSERT_TRUE(hasStarted());
     const auto started = std::chrono::steady_clock::now();
@@ -126,6 +144,10 @@ TEST_F(SelfTest, ClosesItsSessionAfterTenSeconds) {
     EXPECT_GT(std::chrono::steady_clock::now() - started, std::chrono::seconds(9));
     EXPECT_TRUE(support::waitFor([] { return !channelRegistry().findChannel(0).has_value(); }));
     EXPECT_EQ(channelRegistry().findSlave(0), nullptr);
+    EXPECT_TRUE(support::waitFor([=] { return support::threadCount() == threads; }));
+    begins();
+    EXPECT_TRUE(support::waitFor([this] { return m_ecu.count("dd 01") == 2; }));
+    EXPECT_NE(channelRegistry().findSlave(1), nullptr);
 }
 
 #if GTEST_HAS_DEATH_TEST && defined(__unix__)

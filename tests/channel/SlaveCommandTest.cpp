@@ -67,6 +67,19 @@ TEST_F(SlaveCommand, FailureBeforeAnySuccessLeavesTheBufferZeroed) {
     EXPECT_EQ(handed(), "00 00 00 00 00 00 00 00");
 }
 
+TEST_F(SlaveCommand, FrameIsAnalysedAheadOfItsSendingAndTheAnswerBehindIt) {
+    static Texts told;
+    CallBackFuns callBacks = support::TestHost::callBacks();
+    callBacks.msgDecodeFun = [](std::uint64_t, mcDecodeMsg message) {
+        told.push_back("decode " + message.name);
+    };
+    setCallBackFuns(callBacks);
+    startsAnew();
+    host.onEvent([](const std::string& entry) { told.push_back(entry); });
+    EXPECT_EQ(getsStatus(), kSuccess);
+    EXPECT_EQ(told, Texts({"decode CTO GET_STATUS", "snd fd", "decode RES GET_STATUS"}));
+}
+
 TEST_F(SlaveCommand, TimeOutHandsTheLastGoodResponseBack) {
     ecu.answers("fe", {"ff 11 22"});
     disconnects();
@@ -179,6 +192,15 @@ TEST_F(SlaveCommand, ConnectTakesAnEmergencyStopBack) {
     EXPECT_EQ(xcpConnect(slave, 0, bytes(), size()), kSuccess);
     EXPECT_EQ(sent(), Texts{"ff 00"});
     EXPECT_FALSE(stopFlag().isStopped());
+}
+
+// There is no ECU to speak to, so there is no reason to let others send again.
+TEST_F(SlaveCommand, ConnectOfAnUnknownSlaveLeavesAnEmergencyStop) {
+    stopFlag().setStopTransmit(true);
+    EXPECT_EQ(xcpConnect(slave + 1, 0, bytes(), size()), kBadHandle);
+    EXPECT_TRUE(stopFlag().isStopped());
+    EXPECT_EQ(sent(), Texts{});
+    EXPECT_EQ(handed(), kUntouched);
 }
 
 TEST_F(SlaveCommand, NothingButConnectTakesAnEmergencyStopBack) {

@@ -106,6 +106,14 @@ TEST(CcpResponses, AnUnknownReturnCodeShowsItsNumber) {
     EXPECT_EQ(record.errorText, "UnKnow 0x31");
 }
 
+TEST(CcpResponses, TheLowestReturnCodeIsAnErrorToo) {
+    mcDecodeMsg record;
+    CCP_MOUDLE::recvMsgAnalyse(0x01, frame("ff 01 02"), false, &record);
+    EXPECT_EQ(record.errorText, "DAQ processor overload.");
+    EXPECT_EQ(shown(record.fields),
+              (Fields{{"Code", "DAQ processor overload.", 1, false}, {"Ctr", "0x2", 2, false}}));
+}
+
 TEST(CcpResponses, ANegativeResponseIsReadLikeAPositiveOne) {
     EXPECT_EQ(shown(ccpRecvMsgAnalyse(0x12, frame("ff 33 07 00 0a 1b"), false)),
               (Fields{{"Protect_Statu", "False", 0, true}, {"Seed", "0x0a1b", 0, true}}));

@@ -1,11 +1,13 @@
 #include "transport/BasicCfgTransmit.h"
 
+#include "ccp/CcpTaskTransmit.h"
 #include "decode/CcpMsgDecode.h"
 #include "decode/XcpMsgDecode.h"
 #include "tests/support/TestHost.h"
 #include "tests/transport/TransportTestSupport.h"
 #include "transport/FrameStore.h"
 #include "transport/IdRegistry.h"
+#include "transport/StopFlag.h"
 
 #include <memory>
 
@@ -164,6 +166,24 @@ TEST(BasicCfgTransmit, StaleCcpResponsesFrom254AreDropped) {
     }
     object.dropStaleResponses();
     EXPECT_EQ(text(object.m_frames), "12:fd 00 | 12:fb 00 | 12:05 00");
+}
+
+// CCP pads with zeros, so that padding shows only where something else stood.
+TEST(BasicCfgTransmit, RefusedFrameOfCcpIsNotPadded) {
+    const support::TestHost host;
+    EcuProtoCfg cfg = config(0);
+    cfg.padFrames = 1;
+    CCP_MOUDLE::CcpTaskTransmit object(cfg, support::TestHost::callBacks());
+    msgBuf sent = frame(0, "0d 01 77 77 77 77 77 77");
+    sent.length = 2;
+    stopFlag().setStopTransmit(true);
+    EXPECT_EQ(object.sendFrame(sent), 0U);
+    stopFlag().setStopTransmit(false);
+    EXPECT_EQ(support::hexText(sent.data.data(), 8), "0d 01 77 77 77 77 77 77");
+    EXPECT_EQ(sent.length, 2);
+    EXPECT_TRUE(host.sent().empty());
+    object.sendFrame(sent);
+    EXPECT_EQ(support::hexText(sent.data.data(), 8), "0d 01 00 00 00 00 00 00");
 }
 
 TEST(BasicCfgTransmit, LogLineGoesToAllFunctionsWithOneTime) {

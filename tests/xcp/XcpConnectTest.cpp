@@ -196,6 +196,29 @@ TEST_F(XcpConnect, SecondConnectClearsTheLostLink) {
     EXPECT_EQ(sent(), Texts({"ff 00", "ff 00"}));
 }
 
+TEST_F(XcpConnect, LinkCountsAsThereBeforeTheFirstAnswer) {
+    task().m_lastStatus = 2304;
+    bool lost = true;
+    ecu.answersBy("ff 00", [&](const std::string&) {
+        lost = task().isLinkLost();
+        EXPECT_EQ(task().m_lastStatus, 256U);
+        return Texts{"ff 1d 00 08 08 00 01 01"};
+    });
+    EXPECT_EQ(task().connect(), 0U);
+    EXPECT_FALSE(lost);
+}
+
+TEST_F(XcpConnect, TimetableIsEmptyBeforeTheEcuHearsOfTheDisconnect) {
+    task().m_pollScheduler->assign({variable("a", 1, 1, 0, 50)});
+    std::size_t groups = 1;
+    ecu.answersBy("fe", [&](const std::string&) {
+        groups = task().m_pollScheduler->m_groups.size();
+        return Texts{"ff"};
+    });
+    EXPECT_EQ(task().disconnect(), 0U);
+    EXPECT_EQ(groups, 0U);
+}
+
 TEST_F(XcpConnect, DisconnectEmptiesTheTimetableAndKeepsThePlan) {
     task().m_pollScheduler->assign({variable("a", 1, 1, 0, 50)});
     task().m_daq.m_daqLists[3] = {};
@@ -253,7 +276,11 @@ TEST_F(XcpConnect, ResponseBudgetCountsRetriesAndPauses) {
                                            {0, 2, 50, 175},
                                            {100, -1, 50, 100},
                                            {0, 0, 0, 25},
-                                           {65535, 1, 10, 131080}}) {
+                                           {65535, 1, 10, 131080},
+                                           {1, 0x7FFFFFFE, 0, 0x7FFFFFFF},
+                                           {2, 0x7FFFFFFE, 0, 0x7FFFFFFF},
+                                           {0, 0x7FFFFFFF, 0xFFFFFFFF, 0x7FFFFFFF},
+                                           {1000, 0x7FFFFFFF, 0xFFFFFFFF, 0x7FFFFFFF}}) {
         startsAnew();
         cfg.xcp.t1 = row.t1;
         cfg.xcp.retryCount = row.retries;

@@ -31,6 +31,28 @@ protected:
     msgBuf response;
 };
 
+/// A host that notes the calls of its functions in one list.
+struct CallOrder {
+    static CallBackFuns callBacks() {
+        calls.clear();
+        CallBackFuns table;
+        table.logFuns = {
+            [](std::uint32_t, std::uint64_t, const std::string& text) { calls.push_back(text); }};
+        table.msgDecodeFun = [](std::uint64_t, mcDecodeMsg message) {
+            calls.push_back(message.name);
+            analysed = std::move(message);
+        };
+        table.sndFun = [](std::uint8_t, std::uint32_t, std::uint8_t, std::uint8_t, const std::uint8_t*) {
+            calls.emplace_back("sent");
+            return std::uint32_t{1};
+        };
+        return table;
+    }
+
+    static inline Texts calls;
+    static inline mcDecodeMsg analysed;
+};
+
 using XcpSend = XcpExchange;
 using XcpReceive = XcpExchange;
 
@@ -98,6 +120,16 @@ TEST_F(XcpSend, FrameGetsIdentifierAndTime) {
     EXPECT_EQ(host.sent().at(0).channel, 0);
 }
 
+TEST_F(XcpSend, FrameIsTracedThenAnalysedThenSent) {
+    callBacks = CallOrder::callBacks();
+    cfg.canIdMaster = 0x700;
+    msgBuf frame = request("fc");
+    EXPECT_EQ(task().sendFrame(frame), 1U);
+    EXPECT_EQ(CallOrder::calls, Texts({"======>  SND DATA:[0xfc]", "CTO SYNCH", "sent"}));
+    EXPECT_EQ(CallOrder::analysed.canId, 0x700U);
+    EXPECT_GT(CallOrder::analysed.timestamp, 1'600'000'000'000'000U);
+}
+
 TEST_F(XcpSend, ResultOfTheHostIsHandedBack) {
     host.setSndResult(77);
     msgBuf frame = request("fc");
@@ -118,6 +150,35 @@ TEST_F(XcpSend, StopFlagRefusesTheSend) {
     EXPECT_EQ(task().sendFrame(frame), 0U);
     EXPECT_EQ(host.logTexts(3), Texts{"callback sndFun is nullptr or isStopTransmit"});
     EXPECT_TRUE(sent().empty());
+}
+
+TEST_F(XcpSend, RefusedFrameIsNotPadded) {
+    cfg.padFrames = 1;
+    cfg.padByte = 0xAA;
+    for (const bool hasFunction : {true, false}) {
+        startsAnew();
+        stopFlag().setStopTransmit(hasFunction);
+        callBacks.sndFun = hasFunction ? support::TestHost::callBacks().sndFun : nullptr;
+        msgBuf frame = request("fc");
+        EXPECT_EQ(task().sendFrame(frame), 0U);
+        EXPECT_EQ(frame.data, request("fc").data);
+        EXPECT_EQ(frame.length, 1);
+        EXPECT_EQ(frame.id, 0U);
+        EXPECT_EQ(frame.time, 0U);
+    }
+}
+
+TEST_F(XcpSend, RefusedSendDropsOldResponsesAllTheSame) {
+    task();
+    ecu.sends("ff 11");
+    task().fetchFrames();
+    ecu.sends("ff 22");
+    ecu.sends("05 01");
+    stopFlag().setStopTransmit(true);
+    msgBuf frame = request("fc");
+    EXPECT_EQ(task().sendFrame(frame), 0U);
+    ASSERT_EQ(task().m_frames.size(), 1U);
+    EXPECT_EQ(task().m_frames[0].data[0], 5);
 }
 
 TEST_F(XcpSend, TraceShowsTheBytesThatGoOut) {
@@ -223,6 +284,16 @@ TEST_F(XcpReceive, OtherFramesAreLeftWhereTheyAre) {
     EXPECT_EQ(task().m_frames.size(), 5U);
 }
 
+TEST_F(XcpReceive, FrameOfAListsOwnIdentifierIsNoResponse) {
+    cfg.xcp.daqListCanIds = {{0, 0x300}};
+    task();
+    ecu.sendsOn(0x300, "ff 01");
+    task().fetchFrames();
+    EXPECT_EQ(task().receiveResponse(request("fd"), response, 5), 2304U);
+    ASSERT_EQ(task().m_frames.size(), 1U);
+    EXPECT_EQ(task().m_frames.front().id, 0x300U);
+}
+
 TEST_F(XcpReceive, ResponseWithoutBytesIsTakenOutAndNotCounted) {
     task();
     msgBuf empty = request("ff");
@@ -245,6 +316,13 @@ TEST_F(XcpReceive, BusyAnswersStartT7AsOftenAsTheyCome) {
     EXPECT_EQ(task().receiveResponse(request("fd"), response, 20), 256U);
     EXPECT_EQ(response.data[1], 7);
     EXPECT_TRUE(host.logTexts(3).empty());
+    EXPECT_EQ(host.logTexts(0), Texts({"======>  RCV DATA:[0xfe10]", "======>  RCV DATA:[0xfe12]",
+                                       "======>  RCV DATA:[0xfe10]", "======>  RCV DATA:[0xff07]"}));
+    Texts analysed;
+    for (const support::Decoded& one : host.decoded()) {
+        analysed.push_back(support::hexText(one.message.data));
+    }
+    EXPECT_EQ(analysed, Texts({"fe 10", "fe 12", "fe 10", "ff 07"}));
 }
 
 // With the command's own minute the wait would not end.
@@ -255,7 +333,7 @@ TEST_F(XcpReceive, BusyAnswerAndThenSilenceEndsAfterT7) {
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_EQ(task().receiveResponse(request("fd"), response, 60'000), 2304U);
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(50));
-    EXPECT_EQ(response.length, 0);
+    EXPECT_EQ(response.length, 2);  // the busy answer, which stays
 }
 
 TEST_F(XcpReceive, AnswerOfAnotherThreadIsFound) {
@@ -296,6 +374,14 @@ TEST_F(XcpExchange, PositiveResponseBecomesTheLast) {
     EXPECT_TRUE(exchanges("fd"));
     EXPECT_EQ(task().m_lastStatus, 256U);
     EXPECT_EQ(support::hexText(task().m_lastResponse.data.data(), task().m_lastResponse.length), "ff 11 22");
+}
+
+TEST_F(XcpExchange, WithoutALogFunctionFramesAreAnalysedAllTheSame) {
+    callBacks.logFuns.clear();
+    EXPECT_TRUE(exchanges("fd"));
+    EXPECT_EQ(sent(), Texts{"fd"});
+    EXPECT_EQ(host.decoded().size(), 2U);
+    EXPECT_TRUE(host.logs().empty());
 }
 
 TEST_F(XcpExchange, DtoDuringAnExchangeStays) {
@@ -346,6 +432,35 @@ TEST_F(XcpExchange, TimeOutOfZeroMakesEveryCommandFail) {
     cfg.xcp.t1 = 0;
     EXPECT_FALSE(exchanges("fd"));
     EXPECT_TRUE(task().m_linkLost);
+}
+
+TEST_F(XcpExchange, EachCommandWaitsOnItsOwnTime) {
+    struct Row {
+        const char* frame;
+        std::uint16_t XcpCfg::*time;
+    };
+    const std::array<std::uint16_t XcpCfg::*, 7> times = {&XcpCfg::t1, &XcpCfg::t2, &XcpCfg::t3, &XcpCfg::t4,
+                                                          &XcpCfg::t5, &XcpCfg::t6, &XcpCfg::t7};
+    const std::vector<Row> rows = {{"fd", &XcpCfg::t1},    {"ff 00", &XcpCfg::t1}, {"f3", &XcpCfg::t2},
+                                   {"d2", &XcpCfg::t3},    {"d1", &XcpCfg::t4},    {"cf", &XcpCfg::t5},
+                                   {"ff 01", &XcpCfg::t6}, {"fd 01", &XcpCfg::t1}};
+    for (const Row& row : rows) {
+        for (const auto time : times) {
+            startsAnew();
+            for (const auto other : times) {
+                cfg.xcp.*other = 0;
+            }
+            cfg.xcp.*time = 20;
+            EXPECT_EQ(exchanges(row.frame), time == row.time) << row.frame;
+        }
+    }
+}
+
+TEST_F(XcpExchange, SecondByteBehindAFrameOfOneByteHasNoPartInItsTime) {
+    cfg.xcp.t6 = 0;
+    msgBuf asked = request("ff 01");
+    asked.length = 1;
+    EXPECT_TRUE(task().exchange(asked, response));
 }
 
 TEST_F(XcpExchange, ErrorAsTheLastAnswerKeepsTheLink) {
@@ -426,6 +541,17 @@ TEST_F(XcpExchange, StopFlagLeavesTheWaitBetweenRetries) {
     });
     EXPECT_FALSE(exchanges("fd"));
     stopper.join();
+}
+
+TEST_F(XcpExchange, LastFailedRepeatIsFollowedByAPauseToo) {
+    cfg.xcp.retryCount = 1;
+    cfg.xcp.retryDelayMs = 30;
+    ecu.answers("fd", {"fe 20"});
+    EXPECT_FALSE(exchanges("fd"));
+    const auto end = std::chrono::steady_clock::now();
+    const std::vector<support::SentFrame> frames = ecu.sent();
+    ASSERT_EQ(frames.size(), 2U);
+    EXPECT_GE(end - frames[1].moment, std::chrono::milliseconds(30));
 }
 
 TEST_F(XcpExchange, StopFlagCountsAsNoAnswerAndLosesTheLink) {

@@ -57,6 +57,17 @@ TEST_F(XcpPrepare, AsksForFactsInOrder) {
     EXPECT_EQ(live().events[2].timeCycle, 10);
 }
 
+// The number of an event has 8 bits in the command function; the count that the ECU tells has 16.
+TEST_F(XcpPrepare, EventsAbove255AreAskedForUnderTheirLowEightBits) {
+    supports("d7");
+    cfg.xcp.maxEventChannel = 258;
+    EXPECT_EQ(prepares(), 0U);
+    const Texts frames = sent();
+    ASSERT_EQ(frames.size(), 258U);
+    EXPECT_EQ(Texts(frames.end() - 3, frames.end()), Texts({"d7 00 ff 00", "d7 00 00 00", "d7 00 01 00"}));
+    EXPECT_EQ(live().events.size(), 256U);
+}
+
 TEST_F(XcpPrepare, RefusedFactsHaveTheirCodesAndAnEmptyPlan) {
     supports("da d9");
     EXPECT_EQ(prepares(), 0U);
@@ -139,6 +150,21 @@ TEST_F(XcpStart, SeveralListsGoThroughEachStepInAscendingOrder) {
                      "e1 ff 04 00 00 20 00 00", "de 02 00 00", "de 02 01 00", "dd 01"}));
 }
 
+TEST_F(XcpStart, EcuIsGivenTenMillisecondsForEachListAndForTheStart) {
+    cfg.xcp.maxDaq = 0;
+    variables[1].event = 6;
+    EXPECT_EQ(starts(), 0U);
+    const auto end = std::chrono::steady_clock::now();
+    EXPECT_TRUE(ecu.showed("de 02 00 00"));
+    const std::vector<support::SentFrame> frames = ecu.sent();
+    ASSERT_GE(frames.size(), 3U);
+    const auto last = frames.end() - 1;
+    for (const auto gap :
+         {(last - 1)->moment - (last - 2)->moment, last->moment - (last - 1)->moment, end - last->moment}) {
+        EXPECT_GE(gap, std::chrono::milliseconds(10));
+    }
+}
+
 TEST_F(XcpStart, StaticListsAreClearedAndWritten) {
     cfg.xcp.daqProperties = 0;
     cfg.xcp.minDaq = 2;
@@ -188,6 +214,26 @@ TEST_F(XcpStart, FirstPidReachesThePlanOfBothKindsOfLists) {
     }
 }
 
+// 7 bytes fit into no ODT of 6, so list 1 has none. Selected, it ends at its first PID; the start then counts
+// its ODTs.
+TEST_F(XcpStart, StaticListWithoutOdtsEndsAtItsFirstPidUntilItStarts) {
+    supports("dc");
+    cfg.xcp.daqProperties = 0;
+    cfg.xcp.packMode = 0;
+    cfg.xcp.maxDaq = 2;
+    variables = {variable("large", 0x1000, 7, 5), variable("six", 0x2000, 6, 5)};
+    ecu.answers("de ..", {"ff 0a"});
+    std::uint8_t selected = 0;
+    ecu.answersBy("dc", [&](const std::string&) {
+        selected = task().m_daq.m_daqLists.at(1).lastPid;
+        return Texts{"ff"};
+    });
+    EXPECT_EQ(starts(), 0U);
+    EXPECT_TRUE(task().m_daq.m_daqLists.at(1).odts.empty());
+    EXPECT_EQ(selected, 10);
+    EXPECT_EQ(task().m_daq.m_daqLists.at(1).lastPid, 9);
+}
+
 TEST_F(XcpStart, RefusedSelectKeepsTheConfiguredFirstPid) {
     cfg.xcp.daqProperties = 0;
     cfg.xcp.daqListInfo[0].firstPid = 30;
@@ -220,6 +266,17 @@ TEST_F(XcpStart, RefusedWriteOfAFastEventIsPolledEachSecond) {
     ecu.answers("e1 ..", {"fe 22"});
     EXPECT_EQ(starts(), 0U);
     EXPECT_EQ(task().m_pollScheduler->m_groups[1000].variables.size(), 3U);
+}
+
+// 255 s are 0x3E418 ms.
+TEST_F(XcpStart, RefusedWriteOfASlowEventHasTheLowSixteenBitsOfItsPeriod) {
+    cfg.xcp.events[5].maxDaqList = 1;
+    cfg.xcp.events[5].timeCycle = 255;
+    cfg.xcp.events[5].timeUnit = 9;
+    ecu.answers("e1 ..", {"fe 22"});
+    EXPECT_EQ(starts(), 0U);
+    ASSERT_EQ(task().m_pollScheduler->m_groups.size(), 1U);
+    EXPECT_EQ(task().m_pollScheduler->m_groups.begin()->first, 58'392);
 }
 
 TEST_F(XcpStart, RefusedStartIsTheOnlyFailureThatCounts) {
@@ -345,6 +402,7 @@ TEST_F(XcpMeasurement, CyclesOfDaqFramesBecomeValues) {
     ecu.sends("00 00 00 00 00 00 00", 300);
     EXPECT_FALSE(task().processDaqFrames());
     EXPECT_TRUE(task().m_frames.empty());
+    EXPECT_EQ(host.measured().size(), 2U);
     Texts values;
     for (const support::Measured& call : host.measured()) {
         EXPECT_EQ(call.ecuName, "ecu");

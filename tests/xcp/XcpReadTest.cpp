@@ -160,6 +160,14 @@ TEST_F(XcpRead, FailedReadIsLeftOutOfItsTick) {
     EXPECT_THAT(host.journal(), testing::Contains("measure ecu 1 [b=20 21] []"));
 }
 
+TEST_F(XcpRead, TickWithoutAFunctionTakesTheValuesAwayAllTheSame) {
+    callBacks.measureFun = nullptr;
+    task().m_pollScheduler->assign({variable("a", 0x1000, 1, 0, 10)});
+    task().pollTick();
+    EXPECT_EQ(ecu.count("f5 01"), 1U);
+    EXPECT_TRUE(task().m_pollScheduler->m_results.empty());
+}
+
 TEST_F(XcpRead, TickWithoutSuccessDeliversNothing) {
     ecu.answers("f6 ..", {"fe 24"});
     task().pollTick();
