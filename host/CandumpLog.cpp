@@ -262,6 +262,7 @@ void readSpaced(Words& words, LoggedFrame& frame) {
     }
     readId(words.take(), frame);
     const std::size_t length = readLength(words.take(), frame);
+    frame.rateSwitch = frame.rateSwitch && frame.fd;
     if (words.rest() == "remote request") {
         frame.remote = true;
         return;

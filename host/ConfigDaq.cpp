@@ -13,6 +13,12 @@ namespace {
 
 constexpr NumberRange kByte{0, 0xFF};
 
+// Event channels have numbers of 8 bits in CCP and of 16 bits in the library's record of XCP. The record of a
+// list has 8 bits for the channel that it is predefined for, and 255 stands for none.
+constexpr std::size_t kMostCcpEvents = 256;
+constexpr std::size_t kMostXcpEvents = 65535;
+constexpr std::size_t kMostFixedEvent = 254;
+
 std::uint64_t periodNs(const EventRecord& event) {
     std::uint64_t period = event.cycle;
     for (unsigned decade = 0; decade < event.unit; ++decade) {
@@ -71,6 +77,15 @@ std::uint8_t readXcpPid(ConfigTable& table) {
     return pid;
 }
 
+std::uint8_t readFixedEvent(ConfigTable& table, const EcuRecord& ecu) {
+    const std::size_t event = table.word("fixed_event", eventNames(ecu));
+    if (event > kMostFixedEvent) {
+        table.fail("fixed_event", fmt::format("found event channel {}; allowed are 0 to {}, by their names",
+                                              event, kMostFixedEvent));
+    }
+    return static_cast<std::uint8_t>(event);
+}
+
 DaqListRecord readXcpList(ConfigTable& table, const EcuRecord& ecu) {
     DaqListRecord list;
     list.place = table.place();
@@ -81,7 +96,7 @@ DaqListRecord readXcpList(ConfigTable& table, const EcuRecord& ecu) {
         list.id = readId(table, "id", ecu.extended);
     }
     if (table.has("fixed_event")) {
-        list.fixedEvent = static_cast<std::uint8_t>(table.word("fixed_event", eventNames(ecu)));
+        list.fixedEvent = readFixedEvent(table, ecu);
     }
     table.finish();
     return list;
@@ -199,6 +214,9 @@ std::vector<EventRecord> readEvents(ConfigTable& ecuTable, const EcuRecord& ecu)
                        fmt::format("\"{}\" is the name of another event; give each its own", event.name));
         }
         events.push_back(std::move(event));
+    }
+    if (const std::size_t most = ecu.ccp ? kMostCcpEvents : kMostXcpEvents; events.size() > most) {
+        ecuTable.fail("event", fmt::format("found {} of them; allowed are up to {}", events.size(), most));
     }
     return events;
 }

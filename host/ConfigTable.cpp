@@ -1,5 +1,7 @@
 #include "host/ConfigTable.h"
 
+#include "host/ConfigKeys.h"
+
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
@@ -234,6 +236,9 @@ toml::table parseConfigFile(const std::string& file) {
         throw ConfigError({file, 0}, "", fmt::format("cannot be read: {}", std::strerror(errno)));
     }
     const std::string content(std::istreambuf_iterator<char>(stream), {});
+    if (const std::optional<KeyMistake> mistake = findKeyMistake(content)) {
+        throw ConfigError({file, mistake->line}, "", mistake->problem);
+    }
     try {
         return toml::parse(content, file);
     } catch (const toml::parse_error& error) {

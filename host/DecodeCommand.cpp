@@ -24,7 +24,8 @@ constexpr const char* kDefaultConfig = "examples/demo.toml";
 /// Complaints about single lines; a file that is no log at all would bring one for each of its lines.
 constexpr std::uint64_t kMostComplaints = 20;
 
-/// No sum of differences goes further: together with one more difference it fits into 64 bits.
+/// No sum of differences goes further, up or down: together with one more it fits into 64 bits, and so do the
+/// differences of two sums.
 constexpr std::int64_t kMostTimeUs = 4'000'000'000'000'000'000;
 
 /// @throws ConfigError
@@ -117,7 +118,7 @@ private:
     /// with a jitter; on one interface time does not go back.
     void setTime(LoggedFrame& frame) {
         if (m_options.timeDeltas) {
-            m_timeUs = std::min(m_timeUs, kMostTimeUs) + *frame.timeUs;
+            m_timeUs = std::clamp(m_timeUs, -kMostTimeUs, kMostTimeUs) + *frame.timeUs;
             frame.timeUs = m_timeUs;
             return;
         }

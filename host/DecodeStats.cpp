@@ -94,21 +94,18 @@ std::optional<ResponseTimes> CommandTally::times() const {
     return ResponseTimes{milliseconds(sorted.front()), median, milliseconds(sorted.back())};
 }
 
-StationTally& DecodeStats::station(const std::string& interface, const IdPair& pair) {
-    const auto found = std::find_if(m_stations.begin(), m_stations.end(), [&](const StationTally& other) {
-        return other.interface == interface && other.pair == pair;
-    });
-    if (found != m_stations.end()) {
-        return *found;
+StationTally& DecodeStats::station(const std::string& interface, std::size_t index, const IdPair& pair) {
+    const auto [place, isNew] = m_places.try_emplace({interface, index}, m_stations.size());
+    if (isNew) {
+        m_stations.emplace_back();
+        m_stations.back().interface = interface;
+        m_stations.back().pair = pair;
     }
-    m_stations.emplace_back();
-    m_stations.back().interface = interface;
-    m_stations.back().pair = pair;
-    return m_stations.back();
+    return m_stations[place->second];
 }
 
 void DecodeStats::take(const LoggedFrame& frame, const DecodedFrame& decoded, const IdPair& pair) {
-    StationTally& of = station(frame.interface, pair);
+    StationTally& of = station(frame.interface, decoded.pair, pair);
     if (decoded.kind == FrameKind::command) {
         ++tally(of, decoded.command).sent;
         if (decoded.continued) {

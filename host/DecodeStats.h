@@ -58,9 +58,11 @@ public:
     [[nodiscard]] const std::vector<StationTally>& stations() const { return m_stations; }
 
 private:
-    [[nodiscard]] StationTally& station(const std::string& interface, const IdPair& pair);
+    [[nodiscard]] StationTally& station(const std::string& interface, std::size_t index, const IdPair& pair);
 
     std::vector<StationTally> m_stations;
+    /// Indices of the stations, by interface and index of the pair: a log may name any number of interfaces.
+    std::map<std::pair<std::string, std::size_t>, std::size_t> m_places;
 };
 
 /// The tables of all stations, line by line.

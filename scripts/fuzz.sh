@@ -10,11 +10,13 @@ run_fuzz() {
     while (($#)); do
         case $1 in
             --seconds)
-                [[ ${2:-} =~ ^[1-9][0-9]*$ ]] || die "--seconds takes a number of seconds"
+                (($# >= 2)) || die "--seconds takes a number of seconds, 1 or more"
+                [[ $2 =~ ^[1-9][0-9]{0,5}$ ]] ||
+                    die "--seconds takes a number of seconds, 1 to 999999; found \"$2\""
                 seconds=$2
                 shift
                 ;;
-            -*) die "fuzz has no option \"$1\"" ;;
+            -*) die "fuzz has no option \"$1\"; there is --seconds" ;;
             *) targets+=("$1") ;;
         esac
         shift
@@ -26,16 +28,22 @@ run_fuzz() {
         [[ -f tests/fuzz/${target}Fuzz.cpp ]] ||
             die "no fuzz target \"$target\"; there are: $(fuzz_targets | xargs)"
     done
-    need build tests fuzz
+    mapfile -t targets < <(printf '%s\n' "${targets[@]}" | awk '!seen[$0]++')
+    need build host tests fuzz
     build fuzz talvex_fuzz || return 1
     say "fuzzing for $seconds s each: ${targets[*]}"
     fuzz_all "$seconds" "${targets[@]}"
-    printf '%-16s %12s %9s %7s %9s\n' target executions exec/s edges findings
+    fuzz_row target executions exec/s edges of features findings
     for target in "${targets[@]}"; do
         fuzz_report "$target" || failures=$((failures + 1))
     done
     ((failures == 0))
 }
+
+# fuzz_row <target> <executions> <executions a second> <edges> <of> <features> <findings>: edges that an input took,
+# of those in the program and what of the library is linked with it; features are edges with how often one input
+# took them.
+fuzz_row() { printf '%-16s %12s %9s %7s %7s %9s %9s\n' "$@"; }
 
 fuzz_targets() {
     local source
@@ -85,18 +93,26 @@ fuzz_again() {
         grep -m 5 -E 'does not hold: |ERROR: |runtime error: |SUMMARY: ' | sed 's/^/   /' || true
 }
 
-# fuzz_report <target>: the line of a target. Returns 1 for a finding, which is shown with the command that
-# repeats it.
+# fuzz_number <log> <sed expression>: the last number that it finds in a log, or "-".
+fuzz_number() {
+    local number
+    number=$(sed -n "s/$2/\\1/p" "$1" | tail -n 1)
+    printf '%s\n' "${number:--}"
+}
+
+# fuzz_report <target>: the row of a target. Returns 1 for a finding, which is shown with the command that repeats
+# it.
 fuzz_report() {
-    local target=$1 log=$FUZZ/$1.log executions rate edges findings input
-    executions=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log")
-    rate=$(sed -n 's/^stat::average_exec_per_sec: *//p' "$log")
-    edges=$(sed -n 's/^#[0-9].* cov: \([0-9]*\).*/\1/p' "$log" | tail -n 1)
+    local target=$1 log=$FUZZ/$1.log findings input
     findings=$(find "$FUZZ/findings/$target" -type f | wc -l)
     if ((findings == 0)) && [[ $(<"$FUZZ/$target.status") != 0 ]]; then
         findings=1 # it ended badly without an input that shows it
     fi
-    printf '%-16s %12s %9s %7s %9s\n' "$target" "${executions:--}" "${rate:--}" "${edges:--}" "$findings"
+    fuzz_row "$target" "$(fuzz_number "$log" '^stat::number_of_executed_units: *\([0-9]*\)$')" \
+        "$(fuzz_number "$log" '^stat::average_exec_per_sec: *\([0-9]*\)$')" \
+        "$(fuzz_number "$log" '^#[0-9].* cov: \([0-9]*\) .*')" \
+        "$(fuzz_number "$log" '^INFO: Loaded .* (\([0-9]*\) inline 8-bit counters).*')" \
+        "$(fuzz_number "$log" '^#[0-9].* ft: \([0-9]*\) .*')" "$findings"
     if ((findings == 0)); then
         return 0
     fi

@@ -1,4 +1,5 @@
-// Any calls of the channel interface with any arguments against any answers.
+// Any calls of the channel interface with any arguments against any answers. Its self-test is a script
+// without arguments that runs for seconds, and not among them.
 #include "channel/ChannelRegistry.h"
 #include "tests/channel/ChannelCalls.h"
 #include "tests/fuzz/FuzzEcu.h"
@@ -114,6 +115,9 @@ private:
         xcpGetErrorText(m_input.u16(), text.data());
         require(std::memchr(text.data(), 0, text.size() - 1) != nullptr, "a text has an end");
         require(xcpResetQueue(m_input.u32()) == kSuccess, "a queue that is not there is reset");
+        require(xcpDequeuePacket(m_input.u32()) == kSuccess, "a queue that is not there gives nothing");
+        const std::uint16_t other = m_input.u16();
+        require(other == theChannel() || xcpUninitialize(other) == kBadHandle, "an unknown channel");
     }
 
     /// Bytes that a frame full of data takes.

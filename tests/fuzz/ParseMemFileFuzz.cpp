@@ -1,10 +1,9 @@
 // Any file through ParseMemFileNewBuff, with any ranges.
 #include "tests/fuzz/FuzzTarget.h"
+#include "tests/fuzz/ScratchFile.h"
 
 #include <TalvexPlain.h>
 
-#include <filesystem>
-#include <fstream>
 #include <stdexcept>
 
 namespace {
@@ -12,48 +11,12 @@ namespace {
 constexpr std::size_t kMostRanges = 4;
 constexpr std::uint32_t kUntouched = 0xA5A5A5A5;
 
-/// One file, written anew for each input, in memory where the system has a place for that.
-class ScratchFile {
-public:
-    explicit ScratchFile(const char* ending) : m_path(folder() / (name() + ending)) {}
-    ScratchFile(const ScratchFile&) = delete;
-    ScratchFile& operator=(const ScratchFile&) = delete;
-
-    ~ScratchFile() {
-        std::error_code ignored;
-        std::filesystem::remove(m_path, ignored);
-    }
-
-    std::string holding(const std::string& text) {
-        std::ofstream file(m_path, std::ios::binary | std::ios::trunc);
-        file << text;
-        file.close();
-        fuzz::require(!file.fail(), "the scratch file is written");
-        return m_path.string();
-    }
-
-private:
-    static std::filesystem::path folder() {
-        const std::filesystem::path memory = "/dev/shm";
-        return std::filesystem::is_directory(memory) ? memory : std::filesystem::temp_directory_path();
-    }
-
-    /// Nobody else's: an address of this process, and a moment.
-    std::string name() const {
-        const auto moment = std::chrono::steady_clock::now().time_since_epoch().count();
-        return "talvex-fuzz-" + std::to_string(moment) + "-" +
-               std::to_string(reinterpret_cast<std::uintptr_t>(this));
-    }
-
-    std::filesystem::path m_path;
-};
-
-ScratchFile& fileFor(std::uint8_t choice) {
-    static ScratchFile hex(".hex");
-    static ScratchFile s19(".s19");
-    static ScratchFile mot(".mot");
-    static ScratchFile other(".HEX");
-    ScratchFile* const files[] = {&hex, &s19, &mot, &other};
+fuzz::ScratchFile& fileFor(std::uint8_t choice) {
+    static fuzz::ScratchFile hex(".hex");
+    static fuzz::ScratchFile s19(".s19");
+    static fuzz::ScratchFile mot(".mot");
+    static fuzz::ScratchFile other(".HEX");
+    fuzz::ScratchFile* const files[] = {&hex, &s19, &mot, &other};
     return *files[choice];
 }
 

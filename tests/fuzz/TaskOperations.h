@@ -6,14 +6,23 @@
 #include "tests/fuzz/FuzzConfig.h"
 #include "tests/fuzz/FuzzEcu.h"
 #include "tests/fuzz/FuzzTarget.h"
+#include "tests/fuzz/ScratchFile.h"
 
-#include <fstream>
 #include <string>
 
 namespace fuzz {
 
 /// Most operations of one input.
 inline constexpr int kMostOperations = 12;
+
+/// A file with up to three blocks in and around the segments of `drawConfig`.
+inline std::string drawHexFile(FuzzInput& input) {
+    std::string text;
+    for (unsigned block = input.below(4); block > 0; --block) {
+        text += input.oneIn(8) ? ":02200000CCDD35\n" : ":02100000AABB89\n:01100200CC21\n";
+    }
+    return text;
+}
 
 /// Runs one operation. `startMeasurement` is not among them where it waits for the ECU to settle.
 inline void runOperation(FuzzInput& input, ITask_Transmit& task, FuzzEcu& ecu) {
@@ -74,6 +83,11 @@ inline void runOperation(FuzzInput& input, ITask_Transmit& task, FuzzEcu& ecu) {
             ecu.sendLastDtos();
             task.processDaqFrames();
             break;
+        case 15: {
+            static ScratchFile file(".hex");
+            require(task.forceDownload(file.holding(drawHexFile(input))) <= 73, "a result code");
+            break;
+        }
         default:
             require(task.connect() <= 73, "a result code");
             break;
@@ -81,6 +95,7 @@ inline void runOperation(FuzzInput& input, ITask_Transmit& task, FuzzEcu& ecu) {
     require(task.memoryRanges(selection).size() <= 3 * 3 + 3, "a range per page of a segment");
     task.isLinkLost();
     task.lastErrorText();
+    require(task.responseBudget() >= 0, "a budget is a time");
 }
 
 /// Runs as many operations as the input asks for.

@@ -144,6 +144,10 @@ TEST(CandumpLog, DirectionAndFlagsAheadOfTheIdentifierArePassedOver) {
     EXPECT_TRUE(read("  can0  TX B E  123  [02]  11 22").rateSwitch);
 }
 
+TEST(CandumpLog, ClassicFrameHasNoFasterDataPhaseWhateverItsFlagsSay) {
+    EXPECT_FALSE(read("  can0  TX B E  123   [2]  11 22").rateSwitch);
+}
+
 TEST(CandumpLog, CharactersBehindTheDataArePassedOver) {
     EXPECT_THAT(bytesOf(read("  can0  123   [3]  41 42 20   'AB '")), ElementsAre(0x41, 0x42, 0x20));
 }

@@ -141,6 +141,18 @@ TEST(DecodeProcess, DeltaAddsTheTimesUp) {
                           "right; a log of differences (candump -td) needs --delta\n"));
 }
 
+// A date of the year 0 lies 62 milliard seconds ahead of 1970. Sums of such differences used to leave 64
+// bits.
+TEST(DecodeProcess, SumOfDifferencesBelowZeroHasALimit) {
+    std::string log;
+    for (int i = 0; i < 200; ++i) {
+        log += "(0000-01-01 00:00:00.0) a 600#FF\n";
+    }
+    const Outcome outcome = runProgram({"decode", "--delta", "-"}, log);
+    EXPECT_EQ(outcome.code, 0);
+    EXPECT_EQ(linesOf(outcome.out).back(), "-4062167219200.000000 a 600 -> CTO CONNECT Mode=0x0");
+}
+
 TEST(DecodeProcess, MalformedLineIsNamedAndSkippedAndMakesTheExitCodeOne) {
     const TempFile log("(0.0) can0 600#FF00\n(0.1) can0 60#FF\n(0.2) can0 601#FF\nnonsense\n");
     const Outcome outcome = runProgram({"decode", "--json", log.path()});

@@ -20,6 +20,7 @@ using host_test::frameAt;
 using ::testing::ElementsAre;
 
 using Log = std::vector<std::pair<std::int64_t, std::string>>;
+using Names = std::vector<std::pair<std::string, std::string>>;
 
 DecodeStats statsOf(const std::vector<std::string>& pairs, const Log& log) {
     host::FrameDecoder decoder = decoderOf(pairs);
@@ -134,6 +135,39 @@ TEST(DecodeStats, TimesThatGoBackAreNotCounted) {
     const DecodeStats stats = statsOf({"xcp 600:601"}, {{500, "600#FD"}, {400, "601#FF"}});
     EXPECT_EQ(stats.stations().front().commands.front().answers, 1U);
     EXPECT_FALSE(stats.stations().front().commands.front().times());
+}
+
+TEST(DecodeStats, StationIsAPairOnAnInterfaceInTheOrderOfTheLog) {
+    DecodeStats stats;
+    host::FrameDecoder decoder = decoderOf({"xcp 600:601", "ccp 700:701"});
+    for (const auto& [interface, text] :
+         Names{{"can1", "700#0127"}, {"can0", "600#FF00"}, {"can1", "600#FF00"}, {"can1", "700#0128"}}) {
+        host::LoggedFrame frame = frameAt(0, text);
+        frame.interface = interface;
+        stats.take(frame, *decoder.decode(frame), decoder.pairs()[frame.id == 0x600 ? 0 : 1]);
+    }
+    std::vector<std::string> stations;
+    for (const host::StationTally& station : stats.stations()) {
+        stations.push_back(station.interface + " " + host::idText(station.pair.commandId, false) + " " +
+                           std::to_string(station.commands.front().sent));
+    }
+    EXPECT_THAT(stations, ElementsAre("can1 700 2", "can0 600 1", "can1 600 1"));
+}
+
+// A log can name an interface of its own in each line, and used to take minutes for that.
+TEST(DecodeStats, InterfacesMayBeAsManyAsThereAreLines) {
+    DecodeStats stats;
+    const host::FrameDecoder decoder = decoderOf({"xcp 600:601"});
+    host::LoggedFrame frame = frameAt(0, "600#FF00");
+    host::DecodedFrame decoded;
+    decoded.command = "CONNECT";
+    for (int i = 0; i < 200'000; ++i) {
+        frame.interface = std::to_string(i);
+        stats.take(frame, decoded, decoder.pairs()[0]);
+    }
+    ASSERT_EQ(stats.stations().size(), 200'000U);
+    EXPECT_EQ(stats.stations().back().interface, "199999");
+    EXPECT_EQ(stats.stations().back().commands.front().sent, 1U);
 }
 
 TEST(ResponseTimes, HaveTheMiddleOfAnOddAndTheMeanOfAnEvenCountAsMedian) {
