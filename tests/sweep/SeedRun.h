@@ -88,8 +88,8 @@ private:
     void settles() {
         m_bench.ecu.clearFaults();
         if (m_doubtful) {
-            m_image.adopt(m_bench.ecu);
             reconnects();
+            m_image.adopt(m_bench.ecu);  // only now has it done with all it was told before
         }
     }
 
@@ -118,12 +118,13 @@ private:
         return expectResult(operation, result, evidence);
     }
 
-    bool expectResult(const Operation& operation, int result, const Evidence& evidence) {
+    bool expectResult(const Operation& operation, int result, Evidence evidence) {
+        evidence.muddled = evidence.muddled || spoils();
         const std::set<int> allowed = resultsOf(operation, evidence);
         EXPECT_TRUE(allowed.contains(result))
             << operation.name << " gave " << result << " and not " << testing::PrintToString(allowed)
             << ", failed on the wire: " << testing::PrintToString(evidence.failed);
-        if (!evidence.muddled && !spoils()) {  // else an answer may be that of another command
+        if (!evidence.muddled) {  // else an answer may be that of another command
             EXPECT_EQ(evidence.breaches, std::vector<std::string>()) << operation.name;
         }
         tells(std::string(operation.name) + ": " + std::to_string(result) +
@@ -138,8 +139,7 @@ private:
     bool note(const Evidence& evidence, int result) {
         ++m_tally.operations;
         m_tally.muddled += evidence.muddled ? 1U : 0U;
-        const bool isFoul = spoils();
-        const bool proven = evidence.clean && result == 0 && !isFoul;
+        const bool proven = evidence.clean && result == 0 && !evidence.muddled;
         m_tally.proven += proven ? 1U : 0U;
         m_tally.failed += !evidence.muddled && !evidence.failed.empty() ? 1U : 0U;
         m_doubtful = m_doubtful || !proven;
