@@ -4,6 +4,7 @@
 #include "TalvexSelfTest.h"
 #include "channel/ChannelRegistry.h"
 #include "channel/SlaveCommand.h"
+#include "platform/OwnThread.h"
 #include "transport/StopFlag.h"
 
 #include <array>
@@ -144,7 +145,7 @@ public:
         const std::lock_guard lock(m_mutex);
         m_runs.remove_if(isOver);
         Run& run = m_runs.emplace_back();
-        run.thread = std::thread([this, &run, own = std::move(cfg)] {
+        run.thread.start([this, &run, own = std::move(cfg)] {
             Script(own, m_end).run();
             run.done = true;
         });
@@ -153,7 +154,7 @@ public:
 private:
     struct Run {
         std::atomic<bool> done = false;
-        std::thread thread;
+        platform::OwnThread thread;
     };
 
     static bool isOver(Run& run) {

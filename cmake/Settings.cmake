@@ -39,6 +39,32 @@ macro(talvex_find package purpose)
   endif()
 endmacro()
 
+# talvex_googletest(): finds GoogleTest, or builds it from its sources if they are told, as the libraries of this
+# machine serve no other one.
+macro(talvex_googletest)
+  if(TALVEX_GOOGLETEST_SOURCES)
+    set(INSTALL_GTEST OFF)
+    add_subdirectory(${TALVEX_GOOGLETEST_SOURCES} googletest EXCLUDE_FROM_ALL SYSTEM)
+    set(GTest_FOUND ON)
+  else()
+    talvex_find(GTest tests)
+  endif()
+endmacro()
+
+# talvex_dll(<target>): its name on Windows, and the entry that platform/DllEntry.cpp has for it. The marks of
+# TALVEX_API alone make its export table.
+function(talvex_dll target)
+  if(WIN32)
+    if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+      set(entry _talvexDllEntry@12)
+    else()
+      set(entry talvexDllEntry)
+    endif()
+    set_target_properties(${target} PROPERTIES PREFIX "")
+    target_link_options(${target} PRIVATE -Wl,--entry=${entry})
+  endif()
+endfunction()
+
 # talvex_export_only(<target> <list>): the dynamic symbol table of an ELF library holds what the list names,
 # one function a line, and nothing else.
 function(talvex_export_only target list)

@@ -6,7 +6,7 @@ void BaseThread::start() {
         return;
     }
     onStart();
-    m_thread = std::thread([this] { body(); });
+    m_thread.start([this] { body(); });
     m_run = true;
 }
 
@@ -16,9 +16,7 @@ void BaseThread::end() {
         m_run = false;
         m_ended = true;
     }
-    if (m_thread.joinable()) {
-        m_thread.join();
-    }
+    m_thread.join();
 }
 
 bool BaseThread::isRunning() {

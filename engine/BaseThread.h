@@ -2,8 +2,9 @@
 /// A thread that runs turns until it is told to end.
 #pragma once
 
+#include "platform/OwnThread.h"
+
 #include <mutex>
-#include <thread>
 
 /// One thread with its run flag. Derived classes call `end` in their destructor, while what `run` uses is
 /// alive.
@@ -40,5 +41,5 @@ private:
     std::mutex m_threadMutex;  ///< guards m_run and m_ended; held while the thread is started
     bool m_run = false;
     bool m_ended = false;
-    std::thread m_thread;  ///< written once, under m_threadMutex
+    platform::OwnThread m_thread;  ///< started once, under m_threadMutex
 };

@@ -15,7 +15,6 @@
 #include <mutex>
 #include <optional>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -130,7 +129,7 @@ private:
     bool m_isMeasure = false;
     bool m_calPage = true;   ///< the last page given, whether it worked or not; worker only
     std::mutex m_pollMutex;  ///< guards m_pollThread and m_closing; never taken by the polling thread
-    std::thread m_pollThread;
+    platform::OwnThread m_pollThread;
     bool m_closing = false;                ///< no polling thread starts any more
     std::atomic<bool> m_pollRun = false;   ///< the polling thread shall run
     std::atomic<bool> m_pollLost = false;  ///< a loss was reported and the disconnect queued

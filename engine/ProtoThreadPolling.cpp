@@ -6,6 +6,7 @@
 #include "transport/StopFlag.h"
 
 #include <chrono>
+#include <thread>
 
 namespace {
 
@@ -24,12 +25,12 @@ void ProtoThread::startPolling() {
         return;
     }
     m_pollRun = true;
-    m_pollThread = std::thread([this] { pollLoop(); });
+    m_pollThread.start([this] { pollLoop(); });
 }
 
 void ProtoThread::stopPolling() {
     const std::lock_guard lock(m_pollMutex);
-    if (m_pollRun.exchange(false) && m_pollThread.joinable()) {
+    if (m_pollRun.exchange(false)) {
         m_pollThread.join();
     }
 }

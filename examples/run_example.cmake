@@ -1,6 +1,6 @@
-# Runs PROGRAM, which must end with 0, say nothing on its standard error stream, and print what stands in the
-# file EXPECTED.
-execute_process(COMMAND ${PROGRAM} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE messages)
+# Runs PROGRAM, with EMULATOR if that is set. It must end with 0, say nothing on its standard error stream, and print
+# what stands in the file EXPECTED.
+execute_process(COMMAND ${EMULATOR} ${PROGRAM} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE messages)
 file(READ ${EXPECTED} expected)
 if(NOT result STREQUAL "0")
   message(FATAL_ERROR "ended with ${result}:\n${output}${messages}")

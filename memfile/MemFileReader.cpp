@@ -2,6 +2,7 @@
 #include "memfile/IntelHexReader.h"
 #include "memfile/SrecReader.h"
 #include "memfile/StderrMessage.h"
+#include "platform/Utf8.h"
 
 #include <array>
 #include <fstream>
@@ -29,7 +30,7 @@ constexpr std::array<Ending, 3> kEndings{{
 
 std::list<mem_buf> ParseMemFile(const std::string& path) {
     // Binary on every system: LineReader drops the carriage returns itself.
-    std::ifstream file(path, std::ios::binary);
+    std::ifstream file(platform::pathFromUtf8(path), std::ios::binary);
     if (!file) {
         writeStderr("无法打开文件: " + path + "\n");
         return {};

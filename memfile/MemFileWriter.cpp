@@ -3,6 +3,7 @@
 #include "memfile/PageSplit.h"
 #include "memfile/SrecWriter.h"
 #include "memfile/StderrMessage.h"
+#include "platform/Utf8.h"
 
 #include <algorithm>
 #include <fstream>
@@ -39,7 +40,7 @@ const Format& chooseFormat(const std::string& path) {
 
 bool SaveToHexFile(const std::list<mem_buf>& blocks, const std::string& path) {
     const Format& format = chooseFormat(path);
-    std::ofstream file(path, std::ios::binary | std::ios::trunc);
+    std::ofstream file(platform::pathFromUtf8(path), std::ios::binary | std::ios::trunc);
     if (!file) {
         writeStderr(format.openFailure);
         return false;

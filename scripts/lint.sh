@@ -1,7 +1,7 @@
 # ./dev lint: everything that can be said about the sources without running them. Sourced by ./dev.
 # shellcheck shell=bash
 
-readonly LIBRARY_FOLDERS='engine transport xcp ccp daq memfile decode channel sim host'
+readonly LIBRARY_FOLDERS='engine transport xcp ccp daq memfile decode channel platform sim host'
 
 run_lint() {
     need build host tests bench format lint

@@ -2,6 +2,8 @@
 /// The event that wakes whoever waits for a frame.
 #pragma once
 
+#include "platform/TimerResolution.h"
+
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -20,6 +22,8 @@ private:
     std::mutex m_mutex;  ///< innermost lock: nothing is taken while it is held
     std::condition_variable m_condition;
     bool m_set = false;  ///< guarded by m_mutex
+    /// For all waits of the process: the event is made with the first use of the library.
+    [[maybe_unused, no_unique_address]] platform::TimerResolution m_resolution;
 };
 
 /// The one event of the process, set at each stored frame.

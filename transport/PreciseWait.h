@@ -5,5 +5,5 @@
 #include <chrono>
 
 /// Returns at @p moment, never before and only microseconds later: sleeps through the most of it and spins
-/// through the rest, because a sleep ends up to 100 us late.
+/// through the rest, because a sleep ends late.
 void waitUntilPrecisely(std::chrono::steady_clock::time_point moment);

@@ -19,14 +19,15 @@ struct FolderRule {
 
 const std::vector<FolderRule> kFolderRules = {
     {"include", {}, true},
-    {"memfile", {"include"}, true},
+    {"platform", {}, false},
+    {"memfile", {"platform", "include"}, true},
     {"decode", {"include"}, true},
     {"daq", {"include"}, true},
-    {"transport", {"memfile", "decode", "daq", "include"}, true},
+    {"transport", {"memfile", "decode", "daq", "platform", "include"}, true},
     {"xcp", {"transport", "memfile", "decode", "daq", "include"}, true},
     {"ccp", {"transport", "memfile", "decode", "daq", "include"}, true},
-    {"engine", {"xcp", "ccp", "transport", "memfile", "decode", "daq", "include"}, true},
-    {"channel", {"xcp", "ccp", "transport", "memfile", "decode", "daq", "include"}, true},
+    {"engine", {"xcp", "ccp", "transport", "memfile", "decode", "daq", "platform", "include"}, true},
+    {"channel", {"xcp", "ccp", "transport", "memfile", "decode", "daq", "platform", "include"}, true},
     {"sim", {}, false},
     {"host", {"include", "sim"}, false},
 };
@@ -49,7 +50,8 @@ const std::vector<SidewaysInclude> kSideways = {
 
 /// The task interface is included from below, so it may itself include only what lies below its users.
 const std::string kTaskInterface = "engine/ITask_Transmit.h";
-const std::set<std::string> kBelowTaskInterface = {"transport", "memfile", "decode", "daq", "include"};
+const std::set<std::string> kBelowTaskInterface = {"transport", "memfile",  "decode",
+                                                   "daq",       "platform", "include"};
 
 /// A pair of names that only one file may hold together.
 struct NamedTogether {

@@ -1,16 +1,71 @@
 #include "tests/loader/LoadedLibrary.h"
 
-#include <dlfcn.h>
 #include <stdio.h>
 #include <string.h>
 
 #include "tests/loader/CallbackGate.h"
 
+#if defined(_WIN32)
+
+#include <windows.h>
+
+typedef FARPROC Symbol;
+
+static void* openLibrary(const char* path) {
+    return LoadLibraryA(path);
+}
+
+static Symbol findSymbol(void* handle, const char* name) {
+    return GetProcAddress(handle, name);
+}
+
+static int closeLibrary(void* handle) {
+    return FreeLibrary(handle);
+}
+
+static int isLoaded(const char* path) {
+    return GetModuleHandleA(path) != NULL;
+}
+
+static const char* lastError(void) {
+    static char text[32];
+    snprintf(text, sizeof text, "error %lu", GetLastError());
+    return text;
+}
+
+#else
+
+#include <dlfcn.h>
+
+typedef void* Symbol;
+
+static void* openLibrary(const char* path) {
+    return dlopen(path, RTLD_NOW | RTLD_LOCAL);
+}
+
+static Symbol findSymbol(void* handle, const char* name) {
+    return dlsym(handle, name);
+}
+
+static int closeLibrary(void* handle) {
+    return dlclose(handle) == 0;
+}
+
+static int isLoaded(const char* path) {
+    return dlopen(path, RTLD_NOW | RTLD_NOLOAD) != NULL;
+}
+
+static const char* lastError(void) {
+    return dlerror();
+}
+
+#endif
+
 /* Stores what `name` stands for at `pointer`, which has the type of the function. */
 static int lookUp(void* handle, const char* name, void* pointer) {
-    void* const symbol = dlsym(handle, name);
+    const Symbol symbol = findSymbol(handle, name);
     if (symbol == NULL) {
-        fprintf(stderr, "no %s: %s\n", name, dlerror());
+        fprintf(stderr, "no %s: %s\n", name, lastError());
         return 0;
     }
     memcpy(pointer, &symbol, sizeof symbol);
@@ -19,9 +74,9 @@ static int lookUp(void* handle, const char* name, void* pointer) {
 
 int loadLibrary(LoadedLibrary* library, const char* path) {
     int found;
-    library->handle = dlopen(path, RTLD_NOW | RTLD_LOCAL);
+    library->handle = openLibrary(path);
     if (library->handle == NULL) {
-        fprintf(stderr, "%s\n", dlerror());
+        fprintf(stderr, "%s\n", lastError());
         return 0;
     }
     found = lookUp(library->handle, setCallBackFunsSymbol, &library->setCallBackFuns) &
@@ -33,13 +88,11 @@ int loadLibrary(LoadedLibrary* library, const char* path) {
 }
 
 int unloadLibrary(LoadedLibrary* library, const char* path) {
-    void* left;
-    if (dlclose(library->handle) != 0) {
-        fprintf(stderr, "%s\n", dlerror());
+    if (!closeLibrary(library->handle)) {
+        fprintf(stderr, "%s\n", lastError());
         return 0;
     }
-    left = dlopen(path, RTLD_NOW | RTLD_NOLOAD);
-    if (left != NULL) {
+    if (isLoaded(path)) {
         fprintf(stderr, "the library is still loaded\n");
         return 0;
     }
