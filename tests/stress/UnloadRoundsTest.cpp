@@ -5,6 +5,7 @@
 #include "tests/stress/Settings.h"
 #include "tests/support/TestHost.h"
 #include "tests/support/ThreadCount.h"
+#include "tests/support/YesHost.h"
 
 #include <TalvexSDK.h>
 
@@ -26,6 +27,7 @@ namespace {
 
 using support::threadCount;
 using support::waitFor;
+using support::YesHost;
 
 /// A round takes a sanitizer tens of times as long.
 constexpr std::uint64_t kRounds = kSanitized ? 150 : 1'000;
@@ -79,29 +81,6 @@ void takeValues(const std::string& /*ecu*/, std::int32_t kind,
     }
 }
 
-EcuProtoCfg configuration() {
-    EcuProtoCfg cfg;
-    cfg.ecuName = "a";
-    cfg.xcp.t1 = 60'000;
-    cfg.xcp.statusPeriodMs = 1;
-    cfg.xcp.events[1].maxDaqList = 1;
-    cfg.supportedCmds = {kShortUpload};
-    return cfg;
-}
-
-/// One by DAQ and one by polling.
-std::vector<mcMeasureVariable> variables() {
-    std::vector<mcMeasureVariable> made(2);
-    made[0].name = "daq";
-    made[1].name = "polled";
-    made[1].period = 1;
-    for (mcMeasureVariable& variable : made) {
-        variable.size = 2;
-        variable.event = 1;
-    }
-    return made;
-}
-
 void connectsAndMeasures(LoadedCopy& library) {
     g_connects = g_polled = g_cycles = 0;
     g_receive = library.exported(&recvCanMsg);
@@ -111,10 +90,10 @@ void connectsAndMeasures(LoadedCopy& library) {
     table.measureFun = takeValues;
     library.exported (&setLogBackFuns)(takeLog);
     library.exported (&setCallBackFuns)(table);
-    library.exported (&setProtoCfgs)({configuration()});
+    library.exported (&setProtoCfgs)({YesHost::configuration()});
     library.exported (&EcuConnect)({"a"});
     ASSERT_TRUE(waitFor([] { return g_connects == 1; }));
-    library.exported (&StartMeasurement)({{"a", variables()}});
+    library.exported (&StartMeasurement)({{"a", YesHost::variables(2)}});
     ASSERT_TRUE(waitFor([] { return g_polled > 1 && g_cycles > 1; }));
     EXPECT_TRUE(library.exported(&isMeasureing)());
 }

@@ -6,6 +6,7 @@
 // a thread of the library is in the middle of a command then, and waits for an answer that never comes. Ends
 // with 99 if the work was done ahead of that frame, with 98 if it cannot be done.
 #include "tests/support/HexText.h"
+#include "tests/support/YesHost.h"
 
 #include <TalvexSDK.h>
 
@@ -136,19 +137,6 @@ EcuProtoCfg configuration() {
     return cfg;
 }
 
-/// One by DAQ and one by polling.
-std::vector<mcMeasureVariable> variables() {
-    std::vector<mcMeasureVariable> made(2);
-    made[0].name = "daq";
-    made[1].name = "polled";
-    made[1].period = 1;
-    for (mcMeasureVariable& variable : made) {
-        variable.address = kBase;
-        variable.size = 2;
-    }
-    return made;
-}
-
 /// @return whether the work was done, or its last frame reached
 bool works(const std::string& work) {
     EcuConnect({"a"});
@@ -156,7 +144,7 @@ bool works(const std::string& work) {
         return false;
     }
     if (work == "measure") {
-        StartMeasurement({{"a", variables()}});
+        StartMeasurement({{"a", support::YesHost::variables(2, 0, kBase)}});
         return waitsFor([] { return g_host.values > 5; });
     }
     if (work == "flash") {
