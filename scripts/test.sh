@@ -26,10 +26,13 @@ test_preset() {
         say "$preset: not built"
         return 0
     fi
-    local junit=build/$preset/junit.xml status=0
+    local junit=build/$preset/junit.xml status=0 beside
     rm -f -- "$junit"
     say "testing $preset"
-    under "$preset" ctest --test-dir "build/$preset" --output-junit "$PWD/$junit" --parallel "$(jobs)" \
+    # Tests wait more than they compute, unless a sanitizer makes them slow.
+    beside=$(jobs)
+    [[ $preset != release ]] || beside=$((2 * beside))
+    under "$preset" ctest --test-dir "build/$preset" --output-junit "$PWD/$junit" --parallel "$beside" \
         --output-on-failure --no-tests=error --timeout 300 >"build/$preset/test.log" 2>&1 || status=$?
     count "$preset" "$junit" "$status"
 }
