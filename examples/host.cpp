@@ -88,7 +88,7 @@ static void check(bool good, const char* what, const std::string& why) {
     if (!good) {
         std::fprintf(stderr, "%s: %s\n", what, why.c_str());
         std::fflush(stdout);
-        std::quick_exit(1);
+        std::_Exit(1);
     }
 }
 
