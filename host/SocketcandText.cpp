@@ -1,5 +1,6 @@
 #include "host/SocketcandText.h"
 
+#include "host/IdPair.h"
 #include "sim/BitTiming.h"
 
 #include <fmt/format.h>
@@ -107,10 +108,6 @@ std::optional<std::uint64_t> readTimeUs(std::string_view word) {
     return *seconds * kUsPerSecond + *us;
 }
 
-std::string idText(const sim::Frame& frame) {
-    return frame.extended ? fmt::format("{:08X}", frame.id) : fmt::format("{:03X}", frame.id);
-}
-
 unsigned flagsOf(const sim::Frame& frame) {
     return frame.brs ? kFlagRateSwitch : 0;
 }
@@ -191,9 +188,9 @@ std::optional<BusFrame> readFrameElement(std::string_view content) {
 }
 
 std::string sendElement(const sim::Frame& frame) {
-    std::string text = frame.fd
-                           ? fmt::format("< fdsend {} {:X} {}", idText(frame), flagsOf(frame), frame.length)
-                           : fmt::format("< send {} {}", idText(frame), frame.length);
+    const std::string id = idText(frame.id, frame.extended);
+    std::string text = frame.fd ? fmt::format("< fdsend {} {:X} {}", id, flagsOf(frame), frame.length)
+                                : fmt::format("< send {} {}", id, frame.length);
     for (std::size_t i = 0; i < frame.length; ++i) {
         fmt::format_to(std::back_inserter(text), " {:02X}", frame.data[i]);
     }
@@ -202,8 +199,9 @@ std::string sendElement(const sim::Frame& frame) {
 
 std::string frameElement(const BusFrame& frame) {
     const sim::Frame& content = frame.frame;
-    std::string text = content.fd ? fmt::format("< fdframe {} {:X} ", idText(content), flagsOf(content))
-                                  : fmt::format("< frame {} ", idText(content));
+    const std::string id = idText(content.id, content.extended);
+    std::string text =
+        content.fd ? fmt::format("< fdframe {} {:X} ", id, flagsOf(content)) : fmt::format("< frame {} ", id);
     fmt::format_to(std::back_inserter(text), "{}.{:06} ", frame.timeUs / kUsPerSecond,
                    frame.timeUs % kUsPerSecond);
     for (std::size_t i = 0; i < content.length; ++i) {

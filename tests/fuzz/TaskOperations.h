@@ -128,4 +128,15 @@ inline std::vector<Bytes> operationSeeds() {
     return made;
 }
 
+/// operationSeeds() behind the flag that asks for operations, and one seed that asks for none.
+inline std::vector<Bytes> responseSeeds() {
+    std::vector<Bytes> made = operationSeeds();
+    for (Bytes& seed : made) {
+        seed.insert(seed.begin(), 1);
+    }
+    made.push_back(made.front());
+    made.back().front() = 0;
+    return made;
+}
+
 }  // namespace fuzz

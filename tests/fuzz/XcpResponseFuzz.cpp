@@ -27,13 +27,7 @@ void fuzz::run(FuzzInput& input) {
 }
 
 std::vector<fuzz::Bytes> fuzz::seeds() {
-    std::vector<Bytes> made = operationSeeds();
-    for (Bytes& seed : made) {
-        seed.insert(seed.begin(), 1);
-    }
-    made.push_back(made.front());
-    made.back().front() = 0;
-    return made;
+    return responseSeeds();
 }
 
 std::vector<fuzz::Bytes> fuzz::words() {

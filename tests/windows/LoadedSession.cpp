@@ -1,7 +1,5 @@
 #include "tests/windows/LoadedSession.h"
 
-#include "tests/support/YesHost.h"
-
 #include <atomic>
 #include <chrono>
 #include <thread>
@@ -61,9 +59,8 @@ std::size_t LoadedSession::ecuCount() {
     return TALVEX_EXPORTED(getProtoCfg)().size();
 }
 
-Counts LoadedSession::counts() {
-    const support::YesCounts& counts = YesHost::counts();
-    return {counts.calls, counts.connects, counts.polled, counts.daqCycles, counts.sent};
+const support::YesCounts& LoadedSession::counts() {
+    return YesHost::counts();
 }
 
 bool LoadedSession::frees() {

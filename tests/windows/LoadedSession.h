@@ -2,6 +2,7 @@
 /// A host with one ECU around a loaded DLL.
 #pragma once
 
+#include "tests/support/YesHost.h"
 #include "tests/windows/DynamicLibrary.h"
 
 #include <TalvexSDK.h>
@@ -10,15 +11,6 @@
 #include <functional>
 
 namespace windowstest {
-
-/// What came through the callbacks of a session.
-struct Counts {
-    int calls = 0;      ///< all callbacks together
-    int connects = 0;   ///< successful ones
-    int polled = 0;     ///< deliveries of polled values
-    int daqCycles = 0;  ///< deliveries of DAQ values
-    int sent = 0;       ///< frames for the bus
-};
 
 /// Waits until @p condition holds, a minute at most. @return whether it does
 bool waitFor(const std::function<bool()>& condition);
@@ -46,7 +38,7 @@ public:
     bool isConnected();
     /// @return how many ECUs the DLL has a configuration of
     std::size_t ecuCount();
-    static Counts counts();
+    static const support::YesCounts& counts();
 
     /// Unloads the DLL.
     /// @return false if it is still there, or a callback came behind that
