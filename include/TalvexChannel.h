@@ -212,7 +212,7 @@ TALVEX_API uint32_t xcpSetMta(uint32_t slave, uint8_t addressExtension, uint32_t
                               uint16_t size);
 
 /// Reads @p count bytes from the MTA with UPLOAD (0xF5), in several frames if need be; the buffer gets the
-/// last of them. Success means that all bytes came.
+/// last of them. Without all bytes it returns the status of the command before, even if that was a success.
 TALVEX_API uint32_t xcpUpload(uint32_t slave, uint8_t count, uint8_t* buffer, uint16_t size);
 
 /// SHORT_UPLOAD (0xF4).
