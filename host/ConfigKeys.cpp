@@ -47,6 +47,74 @@ std::size_t endOfPiece(std::string_view toml, std::size_t from) {
     return isLong ? endOfLongString(toml, from) : endOfString(toml, from);
 }
 
+bool isAscii(std::string_view text) {
+    return std::all_of(text.begin(), text.end(),
+                       [](char character) { return static_cast<unsigned char>(character) <= 0x7F; });
+}
+
+/// Whether a value is being read that stands without quotation marks, or has its own already. The parser
+/// looks for the end of such a value through everything that follows, quotation marks too.
+class ValueReader {
+public:
+    [[nodiscard]] bool isInValue() const { return m_inValue; }
+
+    /// @param piece  what comes next in the text, as endOfPiece() cuts it
+    void takes(std::string_view piece) {
+        switch (piece.front()) {
+            case '\n':
+                m_afterEquals = m_afterEquals && !m_brackets.empty();
+                [[fallthrough]];
+            case '#':
+                m_inValue = false;
+                break;
+            case ',':
+                m_inValue = m_afterEquals = false;
+                break;
+            case ']':
+            case '}':
+                closes();
+                break;
+            case '[':
+            case '{':
+                opens(piece.front());
+                break;
+            case '=':
+                m_inValue = expectsValue();
+                m_afterEquals = true;
+                break;
+            case ' ':
+            case '\t':
+            case '\r':
+                break;
+            default:
+                m_inValue = expectsValue();
+        }
+    }
+
+private:
+    [[nodiscard]] bool expectsValue() const {
+        return m_afterEquals || (!m_brackets.empty() && m_brackets.back() == '[');
+    }
+
+    void opens(char bracket) {
+        if (!m_inValue && expectsValue()) {
+            m_brackets.push_back(bracket);
+            m_afterEquals = false;
+        }
+    }
+
+    void closes() {
+        m_inValue = false;
+        if (!m_brackets.empty()) {
+            m_brackets.pop_back();
+        }
+    }
+
+    std::string m_brackets;  ///< those of values that are open
+    bool m_afterEquals = false;
+    bool m_inValue = false;
+};
+
 bool endsKey(char character) {
     return std::string_view("=,[]{}\n").find(character) != std::string_view::npos;
 }
@@ -62,6 +130,7 @@ std::size_t endOfMark(std::string_view toml) {
 std::optional<KeyMistake> findKeyMistake(std::string_view toml) {
     std::uint32_t line = 1;
     std::size_t parts = 1;
+    ValueReader reader;
     for (std::size_t at = endOfMark(toml); at < toml.size();) {
         const std::size_t end = endOfPiece(toml, at);
         parts = endsKey(toml[at]) ? 1 : parts + (toml[at] == '.' ? 1 : 0);
@@ -69,10 +138,12 @@ std::optional<KeyMistake> findKeyMistake(std::string_view toml) {
             return KeyMistake{
                 line, fmt::format("found a key of more than {} parts; give a shorter one", kMostKeyParts)};
         }
-        if (static_cast<unsigned char>(toml[at]) > 0x7F) {
+        const std::string_view piece = toml.substr(at, end - at);
+        const bool isQuoted = toml[at] == '"' || toml[at] == '\'';
+        if (toml[at] != '#' && (!isQuoted || reader.isInValue()) && !isAscii(piece)) {
             return KeyMistake{line, "found a character outside ASCII; give it in quotation marks"};
         }
-        const std::string_view piece = toml.substr(at, end - at);
+        reader.takes(piece);
         line += static_cast<std::uint32_t>(std::count(piece.begin(), piece.end(), '\n'));
         at = end;
     }

@@ -20,9 +20,9 @@ struct KeyMistake {
     std::string problem;
 };
 
-/// The first key in @p toml with more parts, or character outside ASCII that stands in no string and no
-/// comment, for which the parser's table of white space has gaps. Up to the first mistake in the text it sees
-/// keys where the parser sees them.
+/// The first key in @p toml with more parts, or character outside ASCII that the parser might take for white
+/// space, as its table of that has gaps: one that stands in no comment and no string, or in a string where
+/// none may begin, as in 1"x". Up to the first mistake in the text it sees keys where the parser sees them.
 [[nodiscard]] std::optional<KeyMistake> findKeyMistake(std::string_view toml);
 
 }  // namespace host

@@ -112,6 +112,30 @@ TEST(ConfigKeys, CharactersOutsideAsciiStandInStringsAndCommentsOnly) {
         std::nullopt);
 }
 
+// The parser looks for the end of a value also behind a quotation mark that may not be there.
+TEST(ConfigKeys, CharactersOutsideAsciiStandInNoStringThatFollowsAValue) {
+    const std::string message = ": found a character outside ASCII; give it in quotation marks";
+    for (const char* wrong :
+         {"a=0e01\"\xD0\x96p\"", "a = 1=\"\xD0\x96\"", "a = 1.'\xD0\x96'", "a = [1, 2[\"\xD0\x96\"]]",
+          "a = 2020-01-01 \"\xD0\x96\"", "a = \"x\"\"\xD0\x96\"", "a = [ {b = 1}, 2{c=\"\xD0\x96\"} ]",
+          "a ==\"\xD0\x96\"", "a = {b = 1 '\xD0\x96'}", "a = 1 \"\"\"\xD0\x96\"\"\""}) {
+        SCOPED_TRACE(wrong);
+        EXPECT_EQ(complaint("schema = 1\n" + std::string(wrong) + "\n"), ":2" + message);
+    }
+}
+
+TEST(ConfigKeys, CharactersOutsideAsciiMayBeInAnyValueWithQuotationMarks) {
+    for (const char* right :
+         {"a=\"\xD0\x96\"", "a={b=\"\xD0\x96\",c=[\"\xD0\x96\",'\xD0\x96'],d='\xD0\x96'}",
+          "a=[{b=\"\xD0\x96\"},{b='\xD0\x96'}]", "a=1\nb=\"\xD0\x96\"", "a=1 # x\nb=\"\xD0\x96\"",
+          "a = [ # \xD0\x96\n  1,\n  \"\xD0\x96\", # \xD0\x96\n  \"\xD0\x96\"\n]\nb = '\xD0\x96'",
+          "[[a]]\nb = '\xD0\x96'\n[a.c]\nd = \"\xD0\x96\"", "a.\"\xD0\x96\" = 1", "[a.'\xD0\x96']",
+          "a = '''x'''\r\nb = \"\"\"\xD0\x96\n\xD0\x96\"\"\""}) {
+        SCOPED_TRACE(right);
+        EXPECT_EQ(lineOfMistake(std::string(right) + "\n"), std::nullopt);
+    }
+}
+
 TEST(ConfigKeys, TextThatEndsAnywhereIsReadToItsEnd) {
     for (const char* text : {"", "\"", "\"\\", "'", "\"\"\"", "\"\"\"\\", "'''", "#", "a.", "\"\"\"a\"\""}) {
         SCOPED_TRACE(text);
