@@ -95,6 +95,7 @@ CcpStation::CcpStation(BusHost& host, sim::VirtualBus& bus, const CcpPair& pair)
 CcpStation::CcpStation(BusHost& host, sim::VirtualBus& bus, sim::CcpEcuConfig config)
     : ecu(std::move(config)), m_host(host), m_port(bus.attach(ecu)) {
     ecu.powerOn(*m_port);
+    host.proofOf(ecu.config().name).startsLater(bus.now());
 }
 
 CcpStation::~CcpStation() {

@@ -27,6 +27,11 @@ void SignalProof::expect(Expected expected) {
     m_expected = expected;
 }
 
+void SignalProof::startsLater(sim::Time until) {
+    const std::lock_guard lock(m_mutex);
+    m_startUntil = until;
+}
+
 void SignalProof::begin() {
     const std::lock_guard lock(m_mutex);
     for (auto& [name, track] : m_tracks) {

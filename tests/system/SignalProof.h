@@ -33,6 +33,11 @@ public:
 
     void expect(Expected expected);
 
+    /// @param until  nanoseconds of bus time at which the ECU that sends the values was on, if it is a twin
+    /// of the
+    ///               one given and was switched on later
+    void startsLater(sim::Time until);
+
     /// A new measurement begins: its first values need not follow those of the one before. Counts restart.
     void begin();
 
@@ -73,7 +78,7 @@ private:
 
     const sim::XcpEcu& m_ecu;
     const sim::Time m_startFrom;
-    const sim::Time m_startUntil;
+    sim::Time m_startUntil;
     mutable std::mutex m_mutex;  ///< guards all below
     Expected m_expected = Expected::everyCycle;
     std::map<std::string, Track> m_tracks;
