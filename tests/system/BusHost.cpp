@@ -260,6 +260,11 @@ std::vector<mcMemoryData> BusHost::memoryData() const {
     return m_memory;
 }
 
+bool BusHost::Seat::isAnsweredBy(const sim::Frame& frame) const {
+    constexpr std::uint8_t kCommandReturn = 0xFF;
+    return cfg.protoType != 0 || (frame.data[0] == kCommandReturn && frame.data[2] == commandCounter);
+}
+
 /// The command is noted behind its way to the bus: a fast bus that is let through for it ahead of that may be
 /// far beyond the time of its answer when it comes.
 void BusHost::onSent(Line& line, const sim::Frame& frame) {
@@ -270,6 +275,7 @@ void BusHost::onSent(Line& line, const sim::Frame& frame) {
         for (const std::unique_ptr<Seat>& seat : line.seats) {
             if (seat->cfg.canIdMaster == frame.id) {
                 seat->commandPending = true;
+                seat->commandCounter = frame.data[1];
                 seat->commandSent = now;
             }
         }
@@ -287,7 +293,7 @@ void BusHost::onReceived(const Line& line, const sim::Frame& frame, sim::Time en
                 continue;
             }
             if (frame.data[0] >= kFirstResponse) {
-                seat->commandPending = false;
+                seat->commandPending = seat->commandPending && !seat->isAnsweredBy(frame);
             } else if (frame.data[0] < kFirstPacket) {
                 seat->undelivered.push_back(time);
             }

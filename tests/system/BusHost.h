@@ -138,12 +138,16 @@ private:
     struct Seat {
         explicit Seat(const EcuPair& pair) : cfg(pair.cfg), ecu(pair.ecu) {}
 
+        /// With CCP an event is no answer, nor is the late one to a command that was given up.
+        [[nodiscard]] bool isAnsweredBy(const sim::Frame& frame) const;
+
         EcuProtoCfg cfg;
         sim::XcpEcu ecu;
         std::unique_ptr<sim::BusPort> port;
         std::unique_ptr<SignalProof> proof;
         std::deque<std::uint64_t> undelivered{};  ///< times in us of DAQ frames that no values came for yet
         bool commandPending = false;
+        std::uint8_t commandCounter = 0;  ///< CCP: which one that is
         sim::Time commandSent = 0;
     };
 

@@ -178,7 +178,7 @@ TEST(CcpFlash, ThatIsSlowAnswersLate) {
 TEST(CcpFlash, ThatIsBusyIsAskedAgain) {
     CcpPair pair = ccpMemoryEcu();
     pair.ecu.busy = sim::CcpBusy::refused;
-    pair.ecu.flash.programTime = 5'000'000;
+    pair.ecu.flash.programTime = 35'000'000;
     pair.twin.cfg.ccp.retryDelayMs = 40;
     forgetPages(pair);
     CcpMemoryBench bench(pair, realTimeBus());
