@@ -366,8 +366,10 @@ private:
             awaitValues(proof);
         }
         EXPECT_EQ(m_bench.host.stops(), 0);
-        // A poll that was refused may have cost the link.
-        m_doubtful = m_doubtful || (m_faulty && !m_shape.polled.empty());
+        if (m_faulty && !m_shape.polled.empty() && !m_doubtful) {
+            expectMemory();
+            m_doubtful = true;  // a poll that was refused may have cost the link
+        }
         if (started && m_shape.polled.empty()) {
             expectResult(m_operations.stop, 0, m_wire.take());
         }
