@@ -3,6 +3,7 @@
 #include "memfile/MemRange.h"
 #include "memfile/SrecReader.h"
 #include "tests/alloc/EveryNew.h"
+#include "tests/support/TempFolder.h"
 
 #include <TalvexMemory.h>
 #include <TalvexPlain.h>
@@ -10,12 +11,9 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <fstream>
 #include <iostream>
 #include <numeric>
 #include <sstream>
-
-#include <unistd.h>
 
 namespace alloc {
 namespace {
@@ -50,19 +48,12 @@ mcMemoryInfo segment(std::uint32_t address, std::uint32_t length) {
     return made;
 }
 
-std::string contentOf(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream content;
-    content << file.rdbuf();
-    return content.str();
-}
-
 class MemFileWithoutMemory : public testing::TestWithParam<const char*> {
 protected:
     MemFileWithoutMemory() { EXPECT_TRUE(SaveToHexFile(image(), m_path)); }
-    ~MemFileWithoutMemory() override { unlink(m_path.c_str()); }
 
-    const std::string m_path = testing::TempDir() + "alloc_" + std::to_string(getpid()) + GetParam();
+    const support::TempFolder m_folder;
+    const std::string m_path = m_folder.path(std::string("image") + GetParam());
 };
 
 INSTANTIATE_TEST_SUITE_P(Formats, MemFileWithoutMemory, testing::Values(".hex", ".s19"),
@@ -75,7 +66,7 @@ TEST_P(MemFileWithoutMemory, IsReadOrThrows) {
 }
 
 TEST_P(MemFileWithoutMemory, IsReadFromAStreamOrThrows) {
-    const std::string content = contentOf(m_path);
+    const std::string content = support::contentOf(m_path);
     const bool isHex = m_path.ends_with(".hex");
     const auto parse = [&] {
         std::istringstream stream(content);
@@ -88,7 +79,7 @@ TEST_P(MemFileWithoutMemory, IsReadFromAStreamOrThrows) {
 TEST_P(MemFileWithoutMemory, IsWrittenOrThrows) {
     const std::list<mem_buf> blocks = image();
     const auto save = [&] { return SaveToHexFile(blocks, m_path); };
-    const auto show = [this](bool saved) { return std::to_string(saved) + contentOf(m_path); };
+    const auto show = [this](bool saved) { return std::to_string(saved) + support::contentOf(m_path); };
     EXPECT_GT(expectCleanAtEveryNew(save, show), 2U);
 }
 

@@ -1,10 +1,7 @@
 // Pages, writing, uploading, downloading, checking and flashing.
 #include "TalvexMemory.h"
 #include "tests/ccp/CcpTestSupport.h"
-
-#include <filesystem>
-
-#include <unistd.h>
+#include "tests/support/TempFolder.h"
 
 using namespace ccp_test;
 
@@ -26,12 +23,13 @@ protected:
     }
 
     /// Writes an image file. @return its path
-    static std::string file(const std::list<mem_buf>& blocks) {
-        const auto path =
-            std::filesystem::temp_directory_path() / ("ccp" + std::to_string(getpid()) + ".hex");
-        EXPECT_TRUE(SaveToHexFile(blocks, path.string()));
-        return path.string();
+    std::string file(const std::list<mem_buf>& blocks) const {
+        const std::string path = m_folder.path("image.hex");
+        EXPECT_TRUE(SaveToHexFile(blocks, path));
+        return path;
     }
+
+    const support::TempFolder m_folder;
 };
 
 }  // namespace
@@ -215,7 +213,6 @@ TEST_F(CcpMemory, ForcedBlocksOfFourAndEightGoAsTwoGroupsOfSixOverTheGap) {
     const Texts frames = sent();
     EXPECT_EQ(frames, (Texts{"12 ## ff", "02 ## 00 00 00 10 00 00", "10 ## 00 01 00 00",
                              "22 ## 00 01 02 03 00 01", "22 ## 02 03 04 05 06 07"}));
-    std::filesystem::remove(path);
 }
 
 TEST_F(CcpMemory, ForcedFileOfTwoBytesIsOneProgramFrame) {
@@ -224,7 +221,6 @@ TEST_F(CcpMemory, ForcedFileOfTwoBytesIsOneProgramFrame) {
     EXPECT_EQ(task().forceDownload(path), 0U);
     EXPECT_EQ(ecu.count("22 .."), 0U);
     EXPECT_TRUE(ecu.showed("18 ?? 02 00 01"));
-    std::filesystem::remove(path);
 }
 
 TEST_F(CcpMemory, ForcedDownloadFailuresHaveTheirCodesAndLines) {
@@ -233,7 +229,6 @@ TEST_F(CcpMemory, ForcedDownloadFailuresHaveTheirCodesAndLines) {
     EXPECT_EQ(host.logTexts(4), Texts{"Download ecu parse file nowhere.hex failed"});
     const std::string outside = file({block(0x5000, 2)});
     EXPECT_EQ(task().forceDownload(outside), 29U);
-    std::filesystem::remove(outside);
     refuses("10 ..");
     EXPECT_EQ(task().forceDownload("nowhere.hex"), 1U);
     EXPECT_EQ(host.logTexts(4).back(), "ForceWrite2Flash CLEAR_MEMORY failed");
@@ -396,7 +391,6 @@ TEST_F(CcpMemory, ForcedDownloadSelectsTheWorkingPageAheadOfTheClearingAndOfTheI
     EXPECT_EQ(sent(), (Texts{"12 ## 40", "02 ## 00 00 00 80 00 00", "11 ##", "02 ## 00 00 00 10 00 00",
                              "10 ## 00 01 00 00", "02 ## 00 00 00 20 00 00", "10 ## 00 02 00 00",
                              "02 ## 00 00 00 80 00 00", "11 ##", "22 ## 00 01 02 03 04 05"}));
-    std::filesystem::remove(path);
 }
 
 TEST_F(CcpMemory, ForcedDownloadIgnoresThePageAndWhatItPrograms) {
@@ -409,12 +403,10 @@ TEST_F(CcpMemory, ForcedDownloadIgnoresThePageAndWhatItPrograms) {
     EXPECT_EQ(task().forceDownload(path), 0U);
     EXPECT_EQ(ecu.count("22 .."), 6U) << "two groups, each sent three times";
     EXPECT_EQ(ecu.count("18 .."), 3U);
-    std::filesystem::remove(path);
 }
 
 TEST_F(CcpMemory, ForcedDownloadWithoutSegmentsProgramsNothingAndSucceeds) {
     const std::string path = file({block(0x1000, 13)});
     EXPECT_EQ(task().forceDownload(path), 0U);
     EXPECT_EQ(sent(), Texts{"12 ## ff"});
-    std::filesystem::remove(path);
 }

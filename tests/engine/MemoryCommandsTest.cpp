@@ -1,9 +1,7 @@
 #include "tests/engine/EngineTest.h"
+#include "tests/support/TempFolder.h"
 
 #include <gmock/gmock.h>
-
-#include <filesystem>
-#include <fstream>
 
 namespace {
 
@@ -233,15 +231,10 @@ TEST_F(CheckCommand, ForAnUnknownEcuReportsSuccess) {
 
 class ForceDownloadCommand : public MemoryCommand {
 protected:
-    void TearDown() override { std::filesystem::remove(m_path); }
-
     /// @return the name of a file with four bytes at 0x4000
-    std::string file() {
-        std::ofstream(m_path) << ":0440000001020304B2\n:00000001FF\n";
-        return m_path.string();
-    }
+    std::string file() const { return m_folder.file("image.hex", ":0440000001020304B2\n:00000001FF\n"); }
 
-    std::filesystem::path m_path = std::filesystem::path(testing::TempDir()) / "engine_force_download.hex";
+    const support::TempFolder m_folder;
 };
 
 TEST_F(ForceDownloadCommand, ProgramsTheFileAndIsReportedAsATask) {
@@ -267,8 +260,8 @@ TEST_F(ForceDownloadCommand, AFileWithoutABlockIsAFailure) {
 
 TEST_F(ForceDownloadCommand, ATruncatedFileDoesNotEndTheProcess) {
     connected();
-    std::ofstream(m_path) << ":04\n";
-    EXPECT_EQ(resultOf(14, [this] { ForceDataDownToEcu("a", m_path.string()); }).result, 28);
+    const std::string truncated = m_folder.file("truncated.hex", ":04\n");
+    EXPECT_EQ(resultOf(14, [&] { ForceDataDownToEcu("a", truncated); }).result, 28);
     EXPECT_EQ(resultOf(14, [] { ForceDataDownToEcu("a", ""); }).result, 28);
 }
 

@@ -2,15 +2,13 @@
 #pragma once
 
 #include "tests/host/DecodeTesting.h"
+#include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -26,39 +24,13 @@ inline bool isInstalled(const std::string& tool) {
     return std::system(("command -v " + tool + " >/dev/null 2>&1").c_str()) == 0;
 }
 
-// A folder that goes with the object.
-class HexFolder {
+// A folder of image files.
+class HexFolder : public support::TempFolder {
 public:
-    HexFolder() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "talvex-hex-XXXXXX").string();
-        m_folder = mkdtemp(pattern.data()) == nullptr ? "" : pattern;
-        EXPECT_FALSE(m_folder.empty());
-    }
-    ~HexFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(m_folder, ignored);
-    }
-    HexFolder(const HexFolder&) = delete;
-    HexFolder& operator=(const HexFolder&) = delete;
-
-    std::string path(const std::string& name) const { return m_folder + "/" + name; }
-
-    // Writes a file and gives its path.
-    std::string file(const std::string& name, const std::string& content) const {
-        std::ofstream(path(name), std::ios::binary) << content;
-        return path(name);
-    }
-
-    std::string text(const std::string& name) const {
-        std::ostringstream content;
-        content << std::ifstream(path(name), std::ios::binary).rdbuf();
-        return content.str();
-    }
-
     // Names of all files, by rising name.
     std::vector<std::string> names() const {
         std::vector<std::string> found;
-        for (const auto& entry : std::filesystem::directory_iterator(m_folder)) {
+        for (const auto& entry : std::filesystem::directory_iterator(path(""))) {
             found.push_back(entry.path().filename().string());
         }
         std::sort(found.begin(), found.end());
@@ -67,7 +39,7 @@ public:
 
     // Runs another program here; the test fails if the program does.
     void run(const std::string& command) const {
-        const std::string line = "cd '" + m_folder + "' && " + command + " >/dev/null 2>messages";
+        const std::string line = "cd '" + path("") + "' && " + command + " >/dev/null 2>messages";
         EXPECT_EQ(std::system(line.c_str()), 0) << command << '\n' << text("messages");
         std::filesystem::remove(path("messages"));
     }
@@ -76,11 +48,8 @@ public:
     Outcome hex(const std::vector<std::string>& arguments) const {
         std::vector<std::string> all{"hex"};
         all.insert(all.end(), arguments.begin(), arguments.end());
-        return runProgram(all, "", m_folder);
+        return runProgram(all, "", path(""));
     }
-
-private:
-    std::string m_folder;
 };
 
 // Bytes without a pattern, always the same.

@@ -8,6 +8,7 @@
 #include "tests/host/Places.h"
 #include "tests/host/Program.h"
 #include "tests/host/SeedKeyTesting.h"
+#include "tests/support/TempFolder.h"
 
 #include <gmock/gmock.h>
 
@@ -36,23 +37,6 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
 using Bytes = std::vector<std::uint8_t>;
-
-// A folder that goes with the object.
-class TempFolder {
-public:
-    TempFolder() {
-        std::string pattern = "/tmp/talvex-seedkey-XXXXXX";
-        m_path = mkdtemp(pattern.data()) != nullptr ? pattern : "";
-    }
-    ~TempFolder() { std::filesystem::remove_all(m_path); }
-    TempFolder(const TempFolder&) = delete;
-    TempFolder& operator=(const TempFolder&) = delete;
-
-    std::string operator/(const std::string& name) const { return m_path + "/" + name; }
-
-private:
-    std::string m_path;
-};
 
 // What a call of the function came to.
 struct Call {
@@ -216,8 +200,8 @@ TEST(ASeedKeyLibrary, ThatCrashesFailsAndTakesNobodyAlong) {
 }
 
 TEST(ASeedKeyLibrary, OfAPlaceWithBlanksAndQuotesIsNamedAsAShellTakesIt) {
-    const TempFolder folder;
-    const std::string library = folder / "maker's keys.so";
+    const support::TempFolder folder;
+    const std::string library = folder.path("maker's keys.so");
     std::filesystem::copy_file(badLibrary("faults"), library);
     SeedKeySource source = faulty("Crash");
     source.path = library;
@@ -383,13 +367,13 @@ bool succeeds(const std::string& command) {
 }
 
 TEST(AHelperOf32Bits, ServesALibraryOf32Bits) {
-    const TempFolder folder;
+    const support::TempFolder folder;
     const std::string root = host_test::kProjectFolder;
-    const std::string helper = folder / "talvex-seedkey32";
-    const std::string library = folder / "xcp_example.so";
+    const std::string helper = folder.path("talvex-seedkey32");
+    const std::string library = folder.path("xcp_example.so");
     if (sizeof(void*) != 8 ||
-        !succeeds("echo 'int main() {}' | g++ -m32 -x c++ - -o " + (folder / "probe")) ||
-        !succeeds(folder / "probe")) {
+        !succeeds("echo 'int main() {}' | g++ -m32 -x c++ - -o " + folder.path("probe")) ||
+        !succeeds(folder.path("probe"))) {
         GTEST_SKIP() << "g++ -m32 does not work here (Debian package g++-multilib)";
     }
     ASSERT_TRUE(succeeds("g++ -m32 -std=c++20 -I" + root + " " + root + "/host/seedkey/*.cpp " + root +

@@ -1,6 +1,6 @@
 #include "TalvexPlain.h"
 #include "tests/memfile/Blocks.h"
-#include "tests/memfile/TempFolder.h"
+#include "tests/support/TempFolder.h"
 
 #include <cstddef>
 #include <stdexcept>
@@ -27,7 +27,7 @@ protected:
 
     Bytes bytes(std::size_t i) const { return {m_buffers[i], m_buffers[i] + m_sizes[i]}; }
 
-    TempFolder m_folder;
+    support::TempFolder m_folder;
     std::string m_path = m_folder.file("image.hex",
                                        ":06100000AAABACADAEAF00\n"
                                        ":02100800010200\n"

@@ -1,6 +1,6 @@
 #include "TalvexMemory.h"
 #include "tests/memfile/Blocks.h"
-#include "tests/memfile/TempFolder.h"
+#include "tests/support/TempFolder.h"
 
 #include <stdexcept>
 
@@ -20,7 +20,7 @@ protected:
         return ParseMemFile(m_folder.file(name, content));
     }
 
-    TempFolder m_folder;
+    support::TempFolder m_folder;
 };
 
 /// Makes a folder the working one for a test, so that short relative paths can be opened.

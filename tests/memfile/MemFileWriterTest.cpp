@@ -1,6 +1,6 @@
 #include "TalvexMemory.h"
 #include "tests/memfile/Blocks.h"
-#include "tests/memfile/TempFolder.h"
+#include "tests/support/TempFolder.h"
 
 using testing::ElementsAre;
 
@@ -15,10 +15,10 @@ protected:
     /// The content of a file of this name after a write.
     std::string saved(const std::string& name) {
         EXPECT_EQ(stderrOf([&] { EXPECT_TRUE(SaveToHexFile(kImage, m_folder.path(name))); }), "");
-        return contentOf(m_folder.path(name));
+        return m_folder.text(name);
     }
 
-    TempFolder m_folder;
+    support::TempFolder m_folder;
 };
 
 }  // namespace
@@ -40,7 +40,7 @@ TEST_F(MemFileWriter, APathShorterThanAnEndingIsIntelHex) {
     std::filesystem::current_path(m_folder.path(""));
     EXPECT_TRUE(SaveToHexFile(kImage, "s19"));
     std::filesystem::current_path(before);
-    EXPECT_EQ(contentOf(m_folder.path("s19")), kHex);
+    EXPECT_EQ(m_folder.text("s19"), kHex);
 }
 
 TEST_F(MemFileWriter, AnUpperCaseNameIsWrittenButNotReadBack) {

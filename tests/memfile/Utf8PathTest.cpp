@@ -2,7 +2,7 @@
 #include "TalvexMemory.h"
 #include "TalvexPlain.h"
 #include "tests/memfile/Blocks.h"
-#include "tests/memfile/TempFolder.h"
+#include "tests/support/TempFolder.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -21,7 +21,7 @@ protected:
     std::string utf8(const std::string& name) const { return m_folder.path("") + name; }
     std::filesystem::path real() const { return std::filesystem::path(m_folder.path("")) / kName; }
 
-    TempFolder m_folder;
+    support::TempFolder m_folder;
 };
 
 }  // namespace

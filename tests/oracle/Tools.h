@@ -3,7 +3,7 @@
 #pragma once
 
 #include "tests/memfile/Blocks.h"
-#include "tests/memfile/TempFolder.h"
+#include "tests/support/TempFolder.h"
 
 #include <cstdlib>
 #include <list>
@@ -32,10 +32,10 @@ public:
     void write(const std::string& name, const std::string& text) const { m_folder.file(name, text); }
 
     Bytes bytes(const std::string& name) const {
-        const std::string content = contentOf(path(name));
+        const std::string content = text(name);
         return {content.begin(), content.end()};
     }
-    std::string text(const std::string& name) const { return contentOf(path(name)); }
+    std::string text(const std::string& name) const { return m_folder.text(name); }
 
     /// Runs a command; the test fails if the command does.
     void run(const std::string& command) const {
@@ -44,12 +44,12 @@ public:
     }
 
 private:
-    TempFolder m_folder;
+    support::TempFolder m_folder;
 };
 
 /// @return the running program's own file: real machine code, of no round size
 inline Bytes programImage() {
-    const std::string content = contentOf("/proc/self/exe");
+    const std::string content = support::contentOf("/proc/self/exe");
     return {content.begin(), content.end()};
 }
 

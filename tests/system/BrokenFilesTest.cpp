@@ -1,5 +1,5 @@
 // Broken variants of real images, forced into a simulated ECU and downloaded to it.
-#include "tests/memfile/TempFolder.h"
+#include "tests/support/TempFolder.h"
 #include "tests/system/MemoryBench.h"
 
 #include <gmock/gmock.h>
@@ -93,18 +93,18 @@ protected:
 
     /// Machine code of the library as objcopy writes it.
     std::string image(const std::string& format, std::uint32_t address, std::size_t size) {
-        const std::string library = contentOf(TALVEX_LIBRARY_FILE);
+        const std::string library = support::contentOf(TALVEX_LIBRARY_FILE);
         m_folder.file("in.bin", library.substr(library.size() / 2, size));
         const std::string command = "objcopy -I binary -O " + std::string(format == "hex" ? "ihex" : "srec") +
                                     " --change-addresses " + std::to_string(address) + " '" +
                                     m_folder.path("in.bin") + "' '" + m_folder.path("out") + "'";
         EXPECT_EQ(std::system(command.c_str()), 0);
-        return contentOf(m_folder.path("out"));
+        return m_folder.text("out");
     }
 
     std::string m_hex;
     std::string m_srec;
-    TempFolder m_folder;
+    support::TempFolder m_folder;
 };
 
 /// The blocks of a file as a host reads them that survives malformed ones.

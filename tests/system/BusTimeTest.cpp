@@ -1,7 +1,7 @@
 // What programming and short blocks cost on the bus: the frames that go in both directions, counted bit by
 // bit.
 #include "sim/BitTiming.h"
-#include "tests/memfile/TempFolder.h"
+#include "tests/support/TempFolder.h"
 #include "tests/system/MemoryBench.h"
 
 #include <gtest/gtest.h>
@@ -105,7 +105,7 @@ TEST_P(ClassicBusTime, OfADownloadInBlocksOf70Bytes) {
 }
 
 TEST_P(BusTime, OfAForcedDownload) {
-    const TempFolder folder;
+    const support::TempFolder folder;
     ASSERT_TRUE(SaveToHexFile({{kImageBase, noise(kImageSize)}}, folder.path("image.hex")));
     expectTime(makePair(GetParam(), true), GetParam().force,
                [&folder](MemoryBench& bench) { ASSERT_EQ(bench.forces(folder.path("image.hex")), 0); });

@@ -1,5 +1,5 @@
 // A CCP ECU that fails at every frame of each operation.
-#include "tests/memfile/TempFolder.h"
+#include "tests/support/TempFolder.h"
 #include "tests/support/TestHost.h"
 #include "tests/system/CcpMemoryBench.h"
 
@@ -286,7 +286,7 @@ protected:
     }
 
     CcpMemoryBench m_bench{makePair(GetParam().name)};
-    TempFolder m_folder;
+    support::TempFolder m_folder;
     bool m_isConnect = false;
     Bytes m_frames;
 };

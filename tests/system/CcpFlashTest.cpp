@@ -1,5 +1,5 @@
 // Erasing, programming and checking the flash of a simulated CCP ECU.
-#include "tests/memfile/TempFolder.h"
+#include "tests/support/TempFolder.h"
 #include "tests/system/CcpMemoryBench.h"
 
 #include <gtest/gtest.h>
@@ -41,7 +41,7 @@ protected:
         return m_folder.path("image.hex");
     }
 
-    TempFolder m_folder;
+    support::TempFolder m_folder;
 };
 
 INSTANTIATE_TEST_SUITE_P(All, CcpFlashOrders, testing::Values(ByteOrder::intel, ByteOrder::motorola),
@@ -95,7 +95,7 @@ protected:
     }
 
     CcpPair m_pair = ccpMemoryEcu();
-    TempFolder m_folder;
+    support::TempFolder m_folder;
 };
 
 TEST_F(CcpForcedFlash, ClosesTheGapsOfItsImage) {

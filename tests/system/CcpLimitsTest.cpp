@@ -1,6 +1,6 @@
 // What the operations of CCP cost on the bus: the frames that go in both directions, counted bit by bit.
 #include "sim/BitTiming.h"
-#include "tests/memfile/TempFolder.h"
+#include "tests/support/TempFolder.h"
 #include "tests/system/CcpStation.h"
 #include "tests/system/MemoryBench.h"
 
@@ -63,7 +63,7 @@ void download(const Exchange& exchange) {
 }
 
 void force(const Exchange& exchange) {
-    const TempFolder folder;
+    const support::TempFolder folder;
     ASSERT_TRUE(SaveToHexFile({{kImageBase, image()}}, folder.path("image.hex")));
     ForceDataDownToEcu("ecu", folder.path("image.hex"));
     ASSERT_EQ(exchange.host.awaitResult(kForce).result, 0);

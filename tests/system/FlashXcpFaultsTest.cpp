@@ -1,5 +1,5 @@
 // An ECU that fails at every frame of a download and of a programming sequence.
-#include "tests/memfile/TempFolder.h"
+#include "tests/support/TempFolder.h"
 #include "tests/system/MemoryBench.h"
 
 #include <gtest/gtest.h>
@@ -165,7 +165,7 @@ protected:
     }
 
     EcuPair m_pair = memoryEcu(GetParam().blockMode);
-    TempFolder m_folder;
+    support::TempFolder m_folder;
 };
 
 TEST_P(FlashXcpFaults, AnErrorCodeAtEachFrameGivesTheCodeOfItsStep) {

@@ -1,5 +1,5 @@
 // Erasing, programming and checking the flash of a simulated ECU with images that another program made.
-#include "tests/memfile/TempFolder.h"
+#include "tests/support/TempFolder.h"
 #include "tests/system/MemoryBench.h"
 
 #include <gtest/gtest.h>
@@ -36,7 +36,7 @@ public:
 
     /// The same as bare bytes.
     Bytes code() {
-        const std::string content = contentOf(run("-O binary", "code.bin"));
+        const std::string content = support::contentOf(run("-O binary", "code.bin"));
         return {content.begin(), content.end()};
     }
 
@@ -51,7 +51,7 @@ public:
 
     /// Both files behind each other.
     std::string join(const std::string& name, const std::string& first, const std::string& second) {
-        return m_folder.file(name, contentOf(first) + contentOf(second));
+        return m_folder.file(name, support::contentOf(first) + support::contentOf(second));
     }
 
 private:
@@ -64,7 +64,7 @@ private:
         return m_folder.path(name);
     }
 
-    TempFolder m_folder;
+    support::TempFolder m_folder;
 };
 
 Bytes firstOf(const Bytes& bytes, std::size_t size) {

@@ -1,7 +1,7 @@
 #include "transport/MemoryTask.h"
 
-#include "tests/memfile/TempFolder.h"
 #include "tests/support/HexText.h"
+#include "tests/support/TempFolder.h"
 #include "tests/support/TestHost.h"
 
 #include <sstream>
@@ -84,7 +84,7 @@ TEST_F(MemoryTask, RangeProgressNeedsEveryPart) {
 }
 
 TEST_F(MemoryTask, FileThatMakesTheReaderThrowHasNoBlock) {
-    const TempFolder folder;
+    const support::TempFolder folder;
     const std::string path = folder.file("truncated.hex", ":1\n");
     EXPECT_THROW(ParseMemFile(path), std::exception);
     EXPECT_TRUE(readImage(path).empty());

@@ -1,6 +1,6 @@
 // Erasing and programming.
 #include "TalvexMemory.h"
-#include "tests/memfile/TempFolder.h"
+#include "tests/support/TempFolder.h"
 #include "tests/xcp/XcpTestSupport.h"
 
 using namespace xcp_test;
@@ -63,7 +63,7 @@ protected:
         return task().forceDownload(path);
     }
 
-    const TempFolder folder;
+    const support::TempFolder folder;
 };
 
 }  // namespace
