@@ -101,7 +101,9 @@ test_windows() {
     say "testing $preset under $(wine_do "$1" wine --version 2>/dev/null)"
     logged "$WINDOWS/prefix$1.log" wine_do "$1" wineboot --init || status=1
     rm -f -- "$junit"
-    # The server of wine stays between two tests: to start it takes longer than most tests.
+    # The server of wine stays between two tests: to start it takes longer than most tests. One that still runs
+    # since the prefix was made cannot be told to stay.
+    wine_do "$1" "$(wineserver_of)" --wait
     wine_do "$1" "$(wineserver_of)" --persistent || say "wine starts anew with each test"
     wine_do "$1" ctest --test-dir "build/$preset" --output-junit "$PWD/$junit" --parallel "$(jobs)" \
         --output-on-failure --no-tests=error --timeout 300 >"build/$preset/test.log" 2>&1 || status=$?
