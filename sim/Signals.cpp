@@ -56,7 +56,7 @@ std::vector<std::uint8_t> stateBytes(const Signal& signal, std::uint64_t n) {
     std::vector<std::uint8_t> bytes(1 + kStateTextSize);
     if (!signal.texts.empty()) {
         const std::size_t states = std::min<std::size_t>(signal.texts.size(), 256);
-        const std::size_t state = n / std::max(signal.length, 1U) % states;
+        const auto state = static_cast<std::size_t>(n / std::max(signal.length, 1U) % states);
         bytes[0] = static_cast<std::uint8_t>(state);
         const std::string& text = signal.texts[state];
         std::copy_n(text.begin(), std::min(text.size(), kStateTextSize), bytes.begin() + 1);

@@ -82,7 +82,7 @@ TEST(CcpEcusOnABus, MayBeReadWrittenAndDisturbedWhileItRuns) {
         ASSERT_EQ(net.ask(command).substr(0, 5), "ff 00") << command;
     }
     net.bus.setLimit(10'000 * kMs + kMs);
-    std::uint64_t events = 0;
+    std::size_t events = 0;
     while (net.bus.now() < 10'000 * kMs) {
         EXPECT_EQ(ecu.read(0x1000, 0, 4).size(), 4U);
         EXPECT_TRUE(ecu.write(0x1010, 0, bytesOf("01 02")));
