@@ -200,7 +200,7 @@ const Operation kOperations[] = {
 /// The code segments are the first two sectors, which are clear; the data segment is the place of the test.
 CcpPair makePair(const std::string& operation) {
     CcpPair pair = ccpMemoryEcu();
-    setPatience(pair, std::chrono::milliseconds(250), 0);
+    setPatience(pair, kImpatient, 0);
     pair.ecu.id = "station";  // two UPLOADs
     addLock(pair, sim::ccp::kDaq);
     for (sim::MemorySegment& segment : pair.ecu.memory) {
@@ -332,7 +332,7 @@ protected:
         addCounter(m_pair.twin, "first", 0);
         addCounter(m_pair.twin, "second", 0);
         m_pair.twin.cfg.ccp.statusPeriodMs = 0;
-        setPatience(m_pair, std::chrono::milliseconds(250), 0);
+        setPatience(m_pair, kImpatient, 0);
         m_host.limitUndelivered(50);
     }
 

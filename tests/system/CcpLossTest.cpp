@@ -10,7 +10,6 @@
 namespace systemtest {
 namespace {
 
-using std::chrono::milliseconds;
 using support::waitFor;
 
 constexpr std::uint8_t kGetSStatusCode = 0x0D;
@@ -25,7 +24,7 @@ protected:
             addCounter(pair->twin, "second", 0);
         }
         m_shaky.twin.cfg.ccp.statusPeriodMs = 20;
-        setPatience(m_shaky, milliseconds(400), 0);
+        setPatience(m_shaky, kImpatient, 0);
     }
 
     void connectAndStart() {
@@ -122,7 +121,7 @@ TEST_F(TwoCcpEcus, GoOnWhenAnswersOnlyComeLate) {
 /// The repeat gets its answer, so the last status is a good one and the link does not look lost. Nothing is
 /// sent on it any more, though, until the host connects again.
 TEST_F(TwoCcpEcus, KeepMeasuringOverALinkThatARepeatWonBackAndThatIsDeadForCommands) {
-    setPatience(m_shaky, milliseconds(400), 1);
+    setPatience(m_shaky, kImpatient, 1);
     CcpStation steady(m_host, m_bus, m_steady);
     CcpStation shaky(m_host, m_bus, m_shaky);
     connectAndStart();

@@ -138,7 +138,7 @@ protected:
 /// The first protected command ends the link, which the polling thread reports with the text of its refusal.
 TEST_F(ALockedCcpEcu, IsConnectedWithoutKeysAndLostAtItsFirstProtectedCommand) {
     m_pair.twin.cfg.seedkey_path.clear();
-    setPatience(m_pair, std::chrono::milliseconds(250), 0);
+    setPatience(m_pair, kImpatient, 0);
     CcpStation station(m_host, m_bus, m_pair);
     EXPECT_EQ(m_host.connects({"engine"}), 0);
     EXPECT_EQ(station.ecu.counters().commands[kGetSeedCode], 0U);

@@ -44,6 +44,10 @@ struct EcuPair {
 void setByteOrder(EcuPair& pair, sim::ByteOrder order);
 void setGranularity(EcuPair& pair, std::uint8_t granularity);
 
+/// The time-out of a host whose ECU is to fall silent. An answer that is on its way is there long before it,
+/// also on a machine that does other things.
+inline constexpr std::chrono::milliseconds kImpatient{600};
+
 /// Time-out of all commands, and how often one is sent again.
 void setPatience(EcuPair& pair, std::chrono::milliseconds timeout, std::int32_t retryCount);
 

@@ -199,13 +199,13 @@ TEST_P(FlashXcpFaults, ABusyCodeAndNothingElseAtEachFrameIsNoAnswer) {
 }
 
 TEST_P(FlashXcpFaults, SilenceFromEachFrameOnIsNoAnswer) {
-    setPatience(m_pair, std::chrono::milliseconds(600), 0);
+    setPatience(m_pair, kImpatient, 0);
     MemoryBench bench(m_pair);
     failsAtEachFrame(bench, {.kind = sim::EcuFaultKind::silence, .count = sim::EcuFault::kForever}, true);
 }
 
 TEST_P(FlashXcpFaults, AResetAtEachFrameIsNoAnswer) {
-    setPatience(m_pair, std::chrono::milliseconds(600), 0);
+    setPatience(m_pair, kImpatient, 0);
     MemoryBench bench(m_pair);
     failsAtEachFrame(bench, {.kind = sim::EcuFaultKind::reset}, true);
 }

@@ -15,7 +15,6 @@
 namespace systemtest {
 namespace {
 
-using std::chrono::milliseconds;
 using support::waitFor;
 
 const std::vector<std::string> kNames = {"ccp0", "ccp1", "xcp0", "xcp1"};
@@ -131,8 +130,8 @@ TEST_F(MixedEcus, LoseOneOfEachKindAndFindItAgain) {
         side->cfg.xcp.statusPeriodMs = side->cfg.ccp.statusPeriodMs = 20;
         side->cfg.ccp.queryDaqSizes = 1;  // stops what still runs
     }
-    setPatience(m_ccp[1], milliseconds(400), 0);
-    setPatience(m_xcp[0], milliseconds(400), 0);
+    setPatience(m_ccp[1], kImpatient, 0);
+    setPatience(m_xcp[0], kImpatient, 0);
     arePutOn(realTimeBus());
     m_host.proofOf("ccp1").expect(Expected::losses);
     m_host.proofOf("xcp0").expect(Expected::losses);
