@@ -5,9 +5,9 @@
 
 #include "tests/support/HexText.h"
 #include "tests/support/TestHost.h"
+#include "tests/support/Trial.h"
 #include "tests/sweep/SeedImage.h"
 #include "tests/sweep/SeedShape.h"
-#include "tests/sweep/Trial.h"
 #include "tests/sweep/Wire.h"
 
 #include <gtest/gtest.h>
@@ -39,7 +39,7 @@ template <typename Bench>
 class SeedRun {
 public:
     SeedRun(Bench& bench, const SeedShape& shape, std::vector<sim::MemorySegment> memory, Wire& wire,
-            Draw& draw, const Trial& trial)
+            Draw& draw, const support::Trial& trial)
         : m_bench(bench),
           m_shape(shape),
           m_operations(shape.patience.xcp ? xcpOperations() : ccpOperations()),
@@ -431,7 +431,7 @@ private:
     SeedImage m_image;
     Wire& m_wire;
     Draw& m_draw;
-    const Trial& m_trial;
+    const support::Trial& m_trial;
     bool m_faulty = false;    ///< a fault waits in the ECU
     bool m_doubtful = false;  ///< the ECU may have done something else than it was told
     sim::EcuFault m_fault{};

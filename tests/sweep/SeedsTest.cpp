@@ -3,9 +3,9 @@
 //   TALVEX_SEED=123       runs this seed alone
 //   TALVEX_SEEDS=100000   runs so many; a thousand without it
 //   TALVEX_FIRST_SEED=500 begins with this one, not with 0
+#include "tests/support/Trial.h"
 #include "tests/sweep/CcpSeedBench.h"
 #include "tests/sweep/SeedRun.h"
-#include "tests/sweep/Trial.h"
 
 #include <gtest/gtest.h>
 
@@ -40,7 +40,7 @@ EcuProtoCfg patient(EcuProtoCfg cfg) {
     return pair.cfg;
 }
 
-SeedTally runXcp(Draw& draw, const Trial& trial) {
+SeedTally runXcp(Draw& draw, const support::Trial& trial) {
     XcpShape shape = drawXcpShape(draw);
     systemtest::EcuPair calm = shape.ecu;
     calm.cfg = patient(shape.ecu.cfg);
@@ -57,7 +57,7 @@ SeedTally runXcp(Draw& draw, const Trial& trial) {
     return tally;
 }
 
-SeedTally runCcp(Draw& draw, const Trial& trial) {
+SeedTally runCcp(Draw& draw, const support::Trial& trial) {
     CcpShape shape = drawCcpShape(draw);
     systemtest::CcpPair calm = shape.ecu;
     calm.twin.cfg = patient(shape.ecu.twin.cfg);
@@ -81,7 +81,7 @@ struct SeedOutcome {
     bool stalled = false;
 };
 
-SeedOutcome trySeed(std::uint64_t seed, Trial& trial) {
+SeedOutcome trySeed(std::uint64_t seed, const support::Trial& trial) {
     SCOPED_TRACE("again: TALVEX_SEED=" + std::to_string(seed) +
                  " talvex_sweep_tests --gtest_filter='*EverySeed.*/0'");
     Draw draw(seed);
@@ -90,16 +90,10 @@ SeedOutcome trySeed(std::uint64_t seed, Trial& trial) {
 
 /// A seed that fails while the machine stands still is run again, as often as it takes within reason.
 SeedOutcome runSeed(std::uint64_t seed) {
-    constexpr int kMostTries = 20;
-    for (int tries = 1;; ++tries) {
-        Trial trial;
-        const SeedOutcome outcome = trySeed(seed, trial);
-        if (!trial.failed() || !outcome.stalled || tries == kMostTries) {
-            trial.tell();
-            return outcome;
-        }
-        std::cout << "seed " << seed << " runs again: the machine stood still\n";
-    }
+    SeedOutcome outcome;
+    support::runTrials("seed " + std::to_string(seed),
+                       [&](const support::Trial& trial) { outcome = trySeed(seed, trial); });
+    return outcome;
 }
 
 std::uint64_t numberFrom(const char* variable, std::uint64_t otherwise) {

@@ -1,8 +1,9 @@
-#include "tests/sweep/Trial.h"
+#include "tests/support/Trial.h"
 
 #include <chrono>
+#include <iostream>
 
-namespace sweep {
+namespace support {
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -42,6 +43,19 @@ void Trial::tell() {
     }
 }
 
+void runTrials(const std::string& name, const std::function<void(Trial&)>& run) {
+    constexpr int kMostTries = 20;
+    for (int tries = 1;; ++tries) {
+        Trial trial;
+        run(trial);
+        if (!trial.failed() || !trial.stalled() || tries == kMostTries) {
+            trial.tell();
+            return;
+        }
+        std::cout << name << " runs again: the machine stood still\n";
+    }
+}
+
 void Trial::Reporter::ReportTestPartResult(const testing::TestPartResult& result) {
     ScopedFakeTestPartResultReporter::ReportTestPartResult(result);
     if (result.failed()) {
@@ -49,4 +63,4 @@ void Trial::Reporter::ReportTestPartResult(const testing::TestPartResult& result
     }
 }
 
-}  // namespace sweep
+}  // namespace support

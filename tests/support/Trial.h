@@ -6,10 +6,12 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <functional>
 #include <optional>
+#include <string>
 #include <thread>
 
-namespace sweep {
+namespace support {
 
 /// Looks every millisecond whether threads still come to their turn. An impatient host on a machine that
 /// stood still for long gives up answers that were there in time, and nothing then follows from what it did.
@@ -64,4 +66,9 @@ private:
     std::optional<Reporter> m_reporter;
 };
 
-}  // namespace sweep
+/// Runs @p run until it holds or fails on a machine that kept up, at most 20 times, and tells the failures of
+/// the last time.
+/// @param name  what the output says is run again
+void runTrials(const std::string& name, const std::function<void(Trial&)>& run);
+
+}  // namespace support
