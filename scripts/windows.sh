@@ -99,12 +99,13 @@ add_wine32() {
 test_windows() {
     local preset=win$1 status=0 junit=build/win$1/junit.xml
     say "testing $preset under $(wine_do "$1" wine --version 2>/dev/null)"
-    logged "$WINDOWS/prefix$1.log" wine_do "$1" wineboot --init || status=1
     rm -f -- "$junit"
-    # The server of wine stays between two tests: to start it takes longer than most tests. One that still runs
-    # since the prefix was made cannot be told to stay.
-    wine_do "$1" "$(wineserver_of)" --wait
+    # The server of wine stays between two tests: to start it takes longer than most tests. It has to be there ahead
+    # of the first program, whose output the services that come with it keep open.
+    mkdir -p -- "$WINDOWS/wine$1"
+    wine_do "$1" "$(wineserver_of)" --kill || true
     wine_do "$1" "$(wineserver_of)" --persistent || say "wine starts anew with each test"
+    logged "$WINDOWS/prefix$1.log" wine_do "$1" wineboot --init || status=1
     wine_do "$1" ctest --test-dir "build/$preset" --output-junit "$PWD/$junit" --parallel "$(jobs)" \
         --output-on-failure --no-tests=error --timeout 300 >"build/$preset/test.log" 2>&1 || status=$?
     wine_do "$1" "$(wineserver_of)" --kill || true
