@@ -10,12 +10,10 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 constexpr milliseconds kTurn{1};
-/// A sixth of the time-outs of an impatient host: an answer takes several threads their turn each.
-constexpr milliseconds kStall{5};
 
 }  // namespace
 
-StallWatch::StallWatch() : m_thread([this] { watch(); }) {}
+StallWatch::StallWatch(milliseconds most) : m_most(most), m_thread([this] { watch(); }) {}
 
 StallWatch::~StallWatch() {
     m_end = true;
@@ -26,7 +24,7 @@ void StallWatch::watch() {
     while (!m_end) {
         const Clock::time_point begin = Clock::now();
         std::this_thread::sleep_for(kTurn);
-        if (Clock::now() - begin > kTurn + kStall) {
+        if (Clock::now() - begin > kTurn + m_most) {
             m_stalled = true;
         }
     }
@@ -43,10 +41,10 @@ void Trial::tell() {
     }
 }
 
-void runTrials(const std::string& name, const std::function<void(Trial&)>& run) {
+void runTrials(const std::string& name, milliseconds stall, const std::function<void(Trial&)>& run) {
     constexpr int kMostTries = 20;
     for (int tries = 1;; ++tries) {
-        Trial trial;
+        Trial trial(stall);
         run(trial);
         if (!trial.failed() || !trial.stalled() || tries == kMostTries) {
             trial.tell();

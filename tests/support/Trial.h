@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <string>
@@ -17,17 +18,19 @@ namespace support {
 /// stood still for long gives up answers that were there in time, and nothing then follows from what it did.
 class StallWatch {
 public:
-    StallWatch();
+    /// @param most  by how much a turn may be late
+    explicit StallWatch(std::chrono::milliseconds most);
     StallWatch(const StallWatch&) = delete;
     StallWatch& operator=(const StallWatch&) = delete;
     ~StallWatch();
 
-    /// Whether a turn came late by more than a part of the time-outs that are drawn. Any thread.
+    /// Whether a turn came later than it may. Any thread.
     [[nodiscard]] bool stalled() const { return m_stalled; }
 
 private:
     void watch();
 
+    const std::chrono::milliseconds m_most;
     std::atomic<bool> m_end = false;
     std::atomic<bool> m_stalled = false;
     std::thread m_thread;  ///< last: it uses all of the above
@@ -36,7 +39,10 @@ private:
 /// Keeps the failures of all threads back until `tell`. There is one at a time.
 class Trial {
 public:
-    Trial() { m_reporter.emplace(m_failed, m_results); }
+    /// @param stall  what the run does not stand from the machine
+    explicit Trial(std::chrono::milliseconds stall) : m_watch(stall) {
+        m_reporter.emplace(m_failed, m_results);
+    }
 
     /// Any thread.
     [[nodiscard]] bool failed() const { return m_failed; }
@@ -68,7 +74,10 @@ private:
 
 /// Runs @p run until it holds or fails on a machine that kept up, at most 20 times, and tells the failures of
 /// the last time.
-/// @param name  what the output says is run again
-void runTrials(const std::string& name, const std::function<void(Trial&)>& run);
+/// @param name   what the output says is run again
+/// @param stall  as for `Trial`: a part of the lateness that the run allows, as a frame takes several threads
+/// their turn each
+void runTrials(const std::string& name, std::chrono::milliseconds stall,
+               const std::function<void(Trial&)>& run);
 
 }  // namespace support

@@ -90,8 +90,9 @@ SeedOutcome trySeed(std::uint64_t seed, const support::Trial& trial) {
 
 /// A seed that fails while the machine stands still is run again, as often as it takes within reason.
 SeedOutcome runSeed(std::uint64_t seed) {
+    constexpr std::chrono::milliseconds kStall{5};  // a sixth of the time-outs of an impatient host
     SeedOutcome outcome;
-    support::runTrials("seed " + std::to_string(seed),
+    support::runTrials("seed " + std::to_string(seed), kStall,
                        [&](const support::Trial& trial) { outcome = trySeed(seed, trial); });
     return outcome;
 }

@@ -51,7 +51,8 @@ void isMeasuredSlowly(CcpPair pair) {
     for (sim::XcpEventConfig& event : pair.twin.ecu.daq.events) {
         event.cycle = 100;
     }
-    support::runTrials("measurement", [&](support::Trial&) { isMeasured(pair, realTimeBus()); });
+    support::runTrials("measurement", std::chrono::milliseconds(20),
+                       [&](support::Trial&) { isMeasured(pair, realTimeBus()); });
 }
 
 void addWord(CcpPair& pair, const std::string& name) {

@@ -91,17 +91,24 @@ TEST_F(TwoEcus, DoNotLoseALinkThatNobodyAsksForAnything) {
 void comesAndGoes(const support::Trial& trial) {
     LinkBench bench;
     bench.areMeasured(20, milliseconds(250), 11);
-    for (int round = 0; round < 13 && !trial.failed(); ++round) {
+    const auto isLost = [&] { return bench.host.resultCount(kLinkLost) > 0; };
+    for (int round = 0; round < 13 && !trial.failed() && !isLost(); ++round) {
         SCOPED_TRACE(round);
         const std::uint64_t before = bench.statusRequests();
         bench.silence();
         // One may still be answered, the next waits in vain, the third repeats it.
-        EXPECT_TRUE(waitFor([&] { return bench.statusRequests() >= before + 3; }, kPatience));
+        EXPECT_TRUE(waitFor([&] { return bench.statusRequests() >= before + 3 || isLost(); }, kPatience));
         bench.restore();
-        bench.expectMore("shaky", 3);
-        bench.expectMore("steady", 3);
+        if (!isLost()) {
+            bench.expectMore("shaky", 3);
+            bench.expectMore("steady", 3);
+        }
     }
-    EXPECT_EQ(bench.host.resultCount(kLinkLost), 0U);
+    EXPECT_FALSE(isLost());
+    if (isLost()) {
+        bench.host.awaitResult(kDisconnect);  // which drops what is queued ahead of its end
+        return;
+    }
     EXPECT_TRUE(isConnectEcu());
     EXPECT_TRUE(isMeasureing());
     EXPECT_EQ(bench.host.stops(), 0);
@@ -109,7 +116,7 @@ void comesAndGoes(const support::Trial& trial) {
 
 /// A machine that stands still lets the budget run out by itself.
 TEST(ALinkThatComesAndGoes, IsNotReportedBeforeItsBudgetRanOut) {
-    support::runTrials("measurement", comesAndGoes);
+    support::runTrials("measurement", milliseconds(20), comesAndGoes);
 }
 
 TEST_F(TwoEcus, AreDisconnectedWhenOneIsLostAndCanBeConnectedAgain) {
