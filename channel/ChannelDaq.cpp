@@ -141,8 +141,10 @@ std::uint32_t xcpSetDaqListMode(std::uint32_t slave, std::uint8_t mode, XcpDaqLi
 std::uint32_t xcpStartStopDaqList(std::uint32_t slave, std::uint8_t mode, std::uint16_t list,
                                   std::uint8_t* buffer, std::uint16_t size) {
     return runCommand(slave, {buffer, size}, [=](Slave& s) {
-        const std::lock_guard lock(s.m_mutex);
-        s.m_daq.configure(s.m_cfg);
+        {
+            const std::lock_guard lock(s.m_mutex);
+            s.m_daq.configure(s.m_cfg);
+        }
         return s.cmdStartStopDaqList(mode, list);
     });
 }

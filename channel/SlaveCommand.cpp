@@ -22,6 +22,12 @@ void handBack(std::uint32_t handle, Buffer buffer) {
     std::copy_n(response.data.begin(), std::min<std::size_t>(length, buffer.size), buffer.bytes);
 }
 
+/// The request, formed from what the slave's commands have learned so far.
+msgBuf formed(Slave& slave, const std::function<msgBuf(const Slave&)>& form) {
+    const std::lock_guard lock(slave.m_mutex);
+    return form(slave);
+}
+
 std::uint32_t statusOf(std::uint32_t handle, bool succeeded) {
     if (succeeded) {
         return XCP_MOUDLE::kStatusSuccess;
@@ -51,16 +57,13 @@ std::uint32_t exchangeFrame(std::uint32_t handle, Buffer buffer,
                             const std::function<msgBuf(const Slave&)>& form,
                             const std::function<void(Slave&, const msgBuf&)>& keep) {
     return runOnSlave(handle, buffer, [&](Slave& slave) {
-        if (slave.refusesToSend()) {  // its line in the log goes out unlocked
-            return false;
-        }
-        const std::lock_guard lock(slave.m_mutex);
-        msgBuf request = form(slave);
+        msgBuf request = formed(slave, form);
         msgBuf response;
         if (!slave.exchange(request, response)) {
             return false;
         }
         if (keep) {
+            const std::lock_guard lock(slave.m_mutex);
             keep(slave, response);
         }
         return true;

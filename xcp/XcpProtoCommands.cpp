@@ -65,15 +65,12 @@ std::uint32_t XcpProtoTransmit::cmdSetMta(std::uint32_t address, std::uint8_t ex
 }
 
 std::uint32_t XcpProtoTransmit::cmdBuildChecksum(std::uint32_t blockSize, std::uint32_t& checksum) {
-    if (refusesToSend()) {
-        return 1;
-    }
-    const std::lock_guard lock(m_mutex);
     msgBuf response;
     const bool failed = run(CommandFrame(kBuildChecksum, 8).put32(4, blockSize), response) != 0;
     if (failed || response.data[0] < kPositive) {
         return 1;
     }
+    const std::lock_guard lock(m_mutex);
     m_cfg.xcp.checksumType = response.data[1];
     checksum = fieldU32(response, 4);
     return 0;
@@ -170,6 +167,10 @@ std::uint32_t XcpProtoTransmit::cmdGetDaqResolutionInfo() {
 }
 
 std::uint32_t XcpProtoTransmit::cmdGetDaqEventInfo(std::uint8_t event) {
+    if (refusesToSend()) {
+        return 1;
+    }
+    const std::lock_guard lock(m_mutex);  // a read between the two would move the MTA away from the name
     return runAndKeep(CommandFrame(kGetDaqEventInfo, 4).put16(2, event, m_byteOrder != 0),
                       [=, this](const msgBuf& response) { takeEventInfo(event, response); });
 }

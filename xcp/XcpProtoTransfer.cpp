@@ -1,6 +1,7 @@
 /// @file
 /// `XcpProtoTransmit`: moving bytes from and to the ECU's memory.
 #include "transport/PreciseWait.h"
+#include "transport/StopFlag.h"
 #include "xcp/XcpProtoTransmit.h"
 
 #include <algorithm>
@@ -131,18 +132,17 @@ std::uint8_t XcpProtoTransmit::uploadSlaveBlock(std::uint8_t* destination, std::
     return static_cast<std::uint8_t>(stored);
 }
 
+/// What of @p count one response has room for.
+std::uint8_t XcpProtoTransmit::shortUploadElements(std::uint8_t count) {
+    const std::lock_guard lock(m_mutex);
+    return static_cast<std::uint8_t>(std::clamp(m_cfg.maxCto - 1, 0, static_cast<int>(count)));
+}
+
 std::uint32_t XcpProtoTransmit::shortUpload(std::uint32_t address, std::uint8_t extension,
                                             std::uint8_t* destination, std::uint8_t count,
                                             std::uint8_t granularity) {
-    if (refusesToSend()) {
-        return 1;
-    }
-    const std::lock_guard lock(m_mutex);
-    const int elements = std::clamp(m_cfg.maxCto - 1, 0, static_cast<int>(count));
     CommandFrame command(kShortUpload, 8);
-    command.put8(1, static_cast<std::uint8_t>(elements))
-        .put8(3, extension)
-        .put32(4, address, m_byteOrder != 0);
+    command.put8(1, shortUploadElements(count)).put8(3, extension).put32(4, address, m_byteOrder != 0);
     msgBuf response;
     if (run(command, response) != 0) {
         return 1;
@@ -264,6 +264,9 @@ std::uint8_t XcpProtoTransmit::sendBlock(const BlockForm& form, const std::uint8
             request.data[1] = left;
         }
         waitUntilPrecisely(lastFrame + form.apart);
+        if (!first && stopFlag().isStopped()) {
+            return 0;  // what is still to come would go out behind the stop, with a gap ahead of it
+        }
         sendFrame(request);
         lastFrame = SteadyClock::now();
         last = request;

@@ -145,14 +145,11 @@ std::uint32_t XcpProtoTransmit::run(CommandFrame& command) {
 
 std::uint32_t XcpProtoTransmit::runAndKeep(CommandFrame command,
                                            const std::function<void(const msgBuf&)>& keep) {
-    if (refusesToSend()) {  // its line in the log goes out unlocked
-        return 1;
-    }
-    const std::lock_guard lock(m_mutex);
     msgBuf response;
     if (run(command, response) != 0) {
         return 1;
     }
+    const std::lock_guard lock(m_mutex);
     keep(response);
     return 0;
 }

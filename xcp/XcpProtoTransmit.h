@@ -18,9 +18,10 @@ namespace XCP_MOUDLE {
 /// Wire layouts are those of ASAM MCD-1 XCP.
 ///
 /// Command functions (`cmd...`) return 0 for success and 1 for failure, if not said otherwise. What they keep
-/// of a response goes into the live fields of `m_cfg.xcp`; a failed one changes nothing. All hold m_mutex for
-/// their whole length and may be called from any thread. Counts of the block helpers are 8 bits wide;
-/// granularity is the bytes per address unit, where 0 counts as 1.
+/// of a response goes into the live fields of `m_cfg.xcp`; a failed one changes nothing. All may be called
+/// from any thread: m_mutex is held for the length of an exchange, by the block helpers for their whole
+/// length. Counts of the block helpers are 8 bits wide; granularity is the bytes per address unit, where 0
+/// counts as 1.
 ///
 /// The link: `m_linkLost` goes up when an exchange ended without an answer; from then on every exchange fails
 /// at once, with nothing sent, until the session layer clears the flag.
@@ -156,7 +157,7 @@ protected:
     std::uint32_t run(CommandFrame& command);
     std::uint32_t run(CommandFrame&& command) { return run(command); }
 
-    /// Runs one command and, if it succeeded, has @p keep store what its response says, all under m_mutex.
+    /// Runs one command and, if it succeeded, has @p keep store what its response says under m_mutex.
     std::uint32_t runAndKeep(CommandFrame command, const std::function<void(const msgBuf&)>& keep);
 
 private:
@@ -164,6 +165,7 @@ private:
 
     void takeSlaveLimits(const msgBuf& response);
     void takeEventInfo(std::uint8_t event, const msgBuf& response);
+    std::uint8_t shortUploadElements(std::uint8_t count);
     std::uint8_t uploadPlain(std::uint8_t* destination, std::uint8_t count, std::uint8_t granularity,
                              msgBuf& last);
     std::uint8_t uploadSlaveBlock(std::uint8_t* destination, std::uint8_t count, std::uint8_t granularity,

@@ -91,3 +91,21 @@ TEST_F(ChannelThreads, SlavesComeAndGoOnSeveralThreads) {
     });
     EXPECT_EQ(channelRegistry().takeSlaveHandle(), 1 + 4 * kRounds);
 }
+
+TEST_F(ChannelThreads, LogFunctionsHearOfALostLinkWithoutTheLock) {
+    const auto object = channelRegistry().findSlave(slave);
+    object->m_linkLost = true;
+    int heard = 0;
+    host.onEvent([&](const std::string& /*entry*/) {
+        ++heard;
+        std::thread([&] {
+            const std::unique_lock lock(object->m_mutex, std::try_to_lock);
+            EXPECT_TRUE(lock.owns_lock());
+        }).join();
+    });
+    xcpGetDaqListMode(slave, 0, bytes(), size());
+    xcpStartStopDaqList(slave, 1, 0, bytes(), size());
+    xcpStartStopSynch(slave, 1, bytes(), size());
+    EXPECT_EQ(heard, 3);
+    host.onEvent({});
+}

@@ -424,7 +424,8 @@ TEST_F(XcpExchange, LogFunctionsHearOfALostLinkWithoutTheLock) {
     task().cmdStartStopSynch(0);
     task().cmdBuildChecksum(8, checksum);
     task().shortUpload(0, 0, bytes.data(), 1, 1);
-    EXPECT_EQ(heard, 5);
+    task().cmdGetDaqEventInfo(1);
+    EXPECT_EQ(heard, 6);
     host.onEvent({});
 }
 

@@ -97,6 +97,32 @@ TEST_F(XcpLock, UploadHoldsItFromItsFirstFrameToItsLastAnswer) {
     EXPECT_EQ(looksOfUpload(), Texts({"send", "receive", "receive"}));
 }
 
+// A command looks at the link before it waits for the lock: one that waited for another thread's exchange
+// goes out even if that one lost the link.
+TEST_F(XcpLock, EveryCommandLooksAtTheLinkBeforeItTakesIt) {
+    Bytes destination(XcpTaskTransmit::kFrameRoom);
+    std::uint32_t checksum = 0;
+    task().cmdGetStatus();
+    task().cmdSetMta(0, 0);
+    task().shortUpload(0, 0, destination.data(), 1, 1);
+    task().cmdBuildChecksum(1, checksum);
+    task().cmdStartStopDaqList(1, 0);
+    task().cmdStartStopSynch(1);
+    Texts expected;
+    for (int i = 0; i < 6; ++i) {
+        expected.insert(expected.end(), {"exchange free", "send", "receive"});
+    }
+    EXPECT_EQ(task().m_looks, expected);
+}
+
+// The name of an event is read from where GET_DAQ_EVENT_INFO left the MTA, which a read between would move.
+TEST_F(XcpLock, EventInfoHoldsItUntilTheNameIsRead) {
+    ecu.answers("d7 ..", {"ff 00 00 02 00 00 00"});
+    ecu.answers("f5 ..", {"ff 41 42"});
+    EXPECT_EQ(task().cmdGetDaqEventInfo(1), 0U);
+    EXPECT_EQ(task().m_looks, Texts({"exchange", "send", "receive", "send", "receive"}));
+}
+
 TEST_F(XcpLock, SendAndWaitHoldItByThemselves) {
     Texts heard;
     host.onEvent(

@@ -1,5 +1,6 @@
 // The helpers that move blocks of bytes.
 #include "tests/xcp/XcpTestSupport.h"
+#include "transport/StopFlag.h"
 
 #include <array>
 #include <functional>
@@ -389,6 +390,21 @@ TEST_F(XcpTransfer, DownloadBlockKeepsMinSt) {
     for (std::size_t i = 1; i < frames.size(); ++i) {
         EXPECT_GE(frames[i].moment - frames[i - 1].moment, std::chrono::microseconds(700));
     }
+}
+
+// The frames that are still due would go out when the stop is over, to an ECU that has lost some of the
+// block.
+TEST_F(XcpTransfer, PacedBlockEndsAtAStop) {
+    cfg.xcp.minSt = 1;
+    host.onEvent([](const std::string& entry) {
+        if (entry.starts_with("snd f0")) {
+            stopFlag().setStopTransmit(true);
+        }
+    });
+    EXPECT_EQ(sends(&XcpTaskTransmit::downloadBlock, 30), 0);
+    stopFlag().setStopTransmit(false);
+    EXPECT_EQ(sent(), Texts{"f0 1e 01 02 03 04 05 06"});
+    EXPECT_TRUE(host.logTexts(3).empty());
 }
 
 TEST_F(XcpTransfer, NoConfigurationMakesATransferLeaveItsRecords) {
