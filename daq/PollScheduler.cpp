@@ -10,7 +10,8 @@ namespace {
 constexpr std::int64_t kNsPerMs = 1'000'000;
 
 bool isDue(const PollGroup& group, std::uint16_t periodMs, std::int64_t nowNs) {
-    return !group.hasRun || (nowNs - group.lastRun) / kNsPerMs >= periodMs;
+    const bool isNew = !group.hasRun && group.lastRun == 0;
+    return isNew || (nowNs - group.lastRun) / kNsPerMs >= periodMs;
 }
 
 }  // namespace

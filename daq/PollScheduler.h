@@ -15,9 +15,9 @@
 
 /// The variables of one polling period.
 struct PollGroup {
-    std::int64_t lastRun = 0;                ///< monotonic clock at the last run, nanoseconds
-    bool hasRun = false;                     ///< false until the first run, which is due at once
+    std::int64_t lastRun = 0;                ///< monotonic clock at the last run, nanoseconds; 0 if new
     std::list<mcMeasureVariable> variables;  ///< in order of insertion
+    bool hasRun = false;                     ///< tells a run at clock 0 from none: the first is due at once
 };
 
 /// Groups variables by polling period and reads, on each tick, those whose period has run out.

@@ -141,7 +141,7 @@ std::uint32_t walkChecksums(const mcMemoryInfo& range, const std::list<mem_buf>&
         range.checksumBlockSize != 0 ? range.checksumBlockSize : kDefaultChecksumBlock;
     for (const mem_buf& block : blocks) {
         const auto part = memfile::overlapWithRange(block, range.address, range.length);
-        if (!part || part->bytes.empty()) {
+        if (!part) {
             continue;
         }
         onPart(part->address);

@@ -64,6 +64,13 @@ TEST_F(PollSchedulerTest, AVariableWithoutAPeriodIsPolledEveryThousandMillisecon
     EXPECT_EQ(readAt(1000), "a");
 }
 
+TEST_F(PollSchedulerTest, AGroupWithATimeOfItsLastRunIsDueAPeriodBehindIt) {
+    m_scheduler.assign({variable("a", 1, 0, 10)});
+    m_scheduler.m_groups[10].lastRun = 5 * kMs;
+    EXPECT_EQ(readAt(14), "");
+    EXPECT_EQ(readAt(15), "a");
+}
+
 TEST_F(PollSchedulerTest, ANewGroupIsDueOnTheFirstTickWhateverTheClockSays) {
     for (const std::int64_t ms :
          {std::int64_t{-5000}, std::int64_t{0}, std::int64_t{3}, std::int64_t{1} << 40}) {

@@ -131,7 +131,7 @@ TEST_F(MemoryTask, ChecksumWalkGoesThroughEachPartInSteps) {
     EXPECT_EQ(walk(range(0x1000, 10, 0, 4), {block}), "0");
     EXPECT_EQ(walk(range(0x2000, 10, 1, 4), {block}), "0");
     EXPECT_EQ(walk(range(0x1000, 10, 1, 64), {{0x1008, {7, 8, 9}}, {0x1000, {}}, {0x1000, {1}}}),
-              "@1008 1008+2=7 @1000 1000+1=1 0");
+              "@1008 1008+2=7 @1000 @1000 1000+1=1 0");
 }
 
 TEST_F(MemoryTask, ChecksumStepIs16384BytesIfNoneIsSet) {

@@ -224,6 +224,13 @@ TEST_F(XcpCheck, PartIsCheckedInStepsWithOneAddress) {
     EXPECT_EQ(entries(), Texts({"4096+4 0a / 0a", "4100+4 0a / 1a", "4104+2 0a / 13"}));
 }
 
+// As a download of such a block, which sets the address too.
+TEST_F(XcpCheck, BlockWithoutBytesSetsTheAddressAlone) {
+    EXPECT_EQ(task().checkRange(checked(0x1000, 4), {{0x1002, {}}}, &results), 0U);
+    EXPECT_EQ(sent(), Texts{"f6 00 00 00 02 10 00 00"});
+    EXPECT_TRUE(results.empty());
+}
+
 TEST_F(XcpCheck, WidthFollowsTheKindThatTheEcuNames) {
     const std::vector<std::pair<std::string, std::string>> rows = {
         {"01", "0a / 05"},
