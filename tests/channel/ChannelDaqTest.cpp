@@ -8,6 +8,13 @@ namespace {
 class ChannelDaq : public ChannelTest {
 protected:
     std::map<std::uint16_t, XcpDaqListCfg>& lists() { return object().m_cfg.xcp.daqListInfo; }
+
+    /// Lets a command time out: from now on nothing goes out.
+    void losesLink() {
+        isSilent();
+        ASSERT_EQ(xcpGetStatus(slave, bytes(), size()), kNoAnswer);
+        ecu.clearSent();
+    }
 };
 
 }  // namespace
@@ -96,6 +103,14 @@ TEST_F(ChannelDaq, ListModeKeepsFourBitsOfTheAnswerAndTheOthersOfWhatWasThere) {
     EXPECT_EQ(lists().at(2).mode, 0xC5U);
 }
 
+TEST_F(ChannelDaq, EventOfListModeIsReadLittleEndianFromABigEndianEcu) {
+    proto.byteOrder = 1;
+    startsAnew();
+    ecu.answers("df 00 01 02", {"ff 00 00 00 34 12 00 00"});
+    EXPECT_EQ(xcpGetDaqListMode(slave, 0x102, bytes(), size()), kSuccess);
+    EXPECT_EQ(lists().at(0x102).event, 0x1234U);
+}
+
 TEST_F(ChannelDaq, ListModeAndListInfoShareTheirEntry) {
     ecu.answers("d8 ..", {"ff 05 03 07 34 12"});
     ecu.answers("df ..", {"ff 10 00 00 78 56 05 06"});
@@ -157,6 +172,17 @@ TEST_F(ChannelDaq, PlanIsForgottenAlsoWhenTheEcuRefuses) {
     EXPECT_TRUE(object().m_daq.m_daqLists.empty());
 }
 
+TEST_F(ChannelDaq, PlanIsForgottenAlsoOnALostLink) {
+    losesLink();
+    object().m_daq.m_daqLists[1];
+    EXPECT_EQ(xcpFreeDaqLists(slave, bytes(), size()), kNoAnswer);
+    EXPECT_TRUE(object().m_daq.m_daqLists.empty());
+    object().m_daq.m_daqLists[1];
+    EXPECT_EQ(xcpClearDaqList(slave, 1, bytes(), size()), kNoAnswer);
+    EXPECT_TRUE(object().m_daq.m_daqLists.empty());
+    EXPECT_EQ(sent(), Texts{});
+}
+
 TEST_F(ChannelDaq, StartAndStopTellThePlannerWhatIsKnown) {
     lists()[5].firstPid = 7;
     EXPECT_EQ(xcpStartStopDaqList(slave, 2, 6, bytes(), size()), kSuccess);
@@ -164,6 +190,27 @@ TEST_F(ChannelDaq, StartAndStopTellThePlannerWhatIsKnown) {
     lists()[8].firstPid = 9;
     EXPECT_EQ(xcpStartStopSynch(slave, 1, bytes(), size()), kSuccess);
     EXPECT_EQ(object().m_daq.m_listInfo.at(8).firstPid, 9U);
+}
+
+TEST_F(ChannelDaq, StartAndStopTellThePlannerAlsoWhenTheEcuRefuses) {
+    ecu.answersByDefault({"fe 22"});
+    lists()[5].firstPid = 7;
+    EXPECT_EQ(xcpStartStopDaqList(slave, 2, 6, bytes(), size()), 0x22U);
+    EXPECT_EQ(object().m_daq.m_listInfo.at(5).firstPid, 7U);
+    lists()[8].firstPid = 9;
+    EXPECT_EQ(xcpStartStopSynch(slave, 1, bytes(), size()), 0x22U);
+    EXPECT_EQ(object().m_daq.m_listInfo.at(8).firstPid, 9U);
+}
+
+TEST_F(ChannelDaq, StartAndStopTellThePlannerAlsoOnALostLink) {
+    losesLink();
+    lists()[5].firstPid = 7;
+    EXPECT_EQ(xcpStartStopDaqList(slave, 2, 6, bytes(), size()), kNoAnswer);
+    EXPECT_EQ(object().m_daq.m_listInfo.at(5).firstPid, 7U);
+    lists()[8].firstPid = 9;
+    EXPECT_EQ(xcpStartStopSynch(slave, 1, bytes(), size()), kNoAnswer);
+    EXPECT_EQ(object().m_daq.m_listInfo.at(8).firstPid, 9U);
+    EXPECT_EQ(sent(), Texts{});
 }
 
 // The answer to START_STOP_DAQ_LIST comes behind the telling.

@@ -62,6 +62,13 @@ TEST_F(MemFilePlain, OfTwoBlocksInARangeOnlyTheFirstCounts) {
     EXPECT_EQ(bytes(0), (Bytes{0xAE, 0xAF}));
 }
 
+TEST_F(MemFilePlain, ABlockWithoutBytesCountsAsTheFirstOfItsRange) {
+    m_path = m_folder.file("hollow.hex", ":00100400EC\n:02100800AABB81\n");
+    read({range(0x1000, 0x100)});
+    EXPECT_NE(m_buffers[0], nullptr);
+    EXPECT_EQ(m_sizes[0], 0U);
+}
+
 TEST_F(MemFilePlain, ARangeThatBeginsAheadOfItsBlockGetsABufferThatBeginsAtTheBlock) {
     read({range(0x0FF0, 0x12)});
     EXPECT_EQ(bytes(0), (Bytes{0xAA, 0xAB}));

@@ -48,6 +48,21 @@ TEST(SrecReader, KeepsTheOrderOfTheFile) {
                 ElementsAre(block(0x3000, kData), block(0x1000, kData), block(0x3000, kData)));
 }
 
+TEST(SrecReader, AGapOfOneByteStartsABlock) {
+    EXPECT_THAT(parse(kAt1000 + "S1051003CCDD3E\n").blocks,
+                ElementsAre(block(0x1000, kData), block(0x1003, {0xCC, 0xDD})));
+}
+
+TEST(SrecReader, ARecordThatOverlapsTheLastBlockStartsABlock) {
+    EXPECT_THAT(parse(kAt1000 + "S1051001CCDD40\n").blocks,
+                ElementsAre(block(0x1000, kData), block(0x1001, {0xCC, 0xDD})));
+}
+
+TEST(SrecReader, OnlyTheLastBlockIsContinued) {
+    EXPECT_THAT(parse(kAt1000 + kAt2000 + "S1051002CCDD3F\n").blocks,
+                ElementsAre(block(0x1000, kData), block(0x2000, kData), block(0x1002, {0xCC, 0xDD})));
+}
+
 TEST(SrecReader, HeadersCountsAndEndRecordsAreSkippedAndEndNothing) {
     const auto parsed = parse(
         "S00600004844521B\nS4\nS5030001FB\nS6\nS70500000000FA\nS804000000FB\nS9030000FC\nSA\n" + kAt1000);

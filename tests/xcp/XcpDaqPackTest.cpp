@@ -73,6 +73,14 @@ TEST_F(XcpDaqPackMode0, NothingFitsIfAllAreTooLargeForTheFirstOdt) {
     EXPECT_EQ(left(), "a:4 b:3");
 }
 
+TEST_F(XcpDaqPackMode0, AHeaderLargerThanTheFrameWrapsTheRoomInEightBits) {
+    // The limit makes frames of 3 bytes, so the first ODT has 3 - 5 = 254 bytes of room.
+    m_daq.m_daqListMode = 0x10;
+    m_daq.m_timestampMode = 4;
+    EXPECT_EQ(packs({variable("a", 254), variable("b", 253)}, 0, 2), "b@0:253");
+    EXPECT_EQ(left(), "a:254");
+}
+
 TEST_F(XcpDaqPackMode0, ALargeVariableOfAnySizeIsSkipped) {
     EXPECT_EQ(packs({variable("a", 256), variable("b", 0xFFFFFFFF), variable("c", 6)}), "c@0:6");
     EXPECT_EQ(left(), "a:256 b:4294967295");

@@ -7,6 +7,7 @@
 namespace {
 
 using daq_test::copied;
+using daq_test::frame;
 using daq_test::text;
 using daq_test::variable;
 
@@ -37,7 +38,8 @@ protected:
     }
 };
 
-TEST(XcpDaqConfigure, CopiesTheDaqFacts) {
+/// A configuration with a value of its own in each of the DAQ facts.
+EcuProtoCfg configOfFacts() {
     EcuProtoCfg cfg;
     cfg.maxCto = 20;
     cfg.maxDto = 300;
@@ -53,8 +55,11 @@ TEST(XcpDaqConfigure, CopiesTheDaqFacts) {
     cfg.xcp.events[6].timeCycle = 50;
     cfg.xcp.events[6].timeUnit = 7;
     cfg.xcp.events[6].maxDaqList = 2;
-    XCP_MOUDLE::XcpDaq daq;
-    daq.configure(cfg);
+    return cfg;
+}
+
+/// Expects the facts of configOfFacts, but for the events.
+void expectFacts(const XCP_MOUDLE::XcpDaq& daq) {
     EXPECT_EQ(daq.m_maxCto, 20);
     EXPECT_EQ(daq.m_maxDto, 300);
     EXPECT_EQ(daq.m_maxOdtEntrySize, 9);
@@ -66,6 +71,12 @@ TEST(XcpDaqConfigure, CopiesTheDaqFacts) {
     EXPECT_EQ(daq.m_keyByte, 0xC0);
     EXPECT_EQ(daq.m_daqProperties, 0x11);
     EXPECT_EQ(daq.m_listInfo.at(3).maxOdt, 4);
+}
+
+TEST(XcpDaqConfigure, CopiesTheDaqFacts) {
+    XCP_MOUDLE::XcpDaq daq;
+    daq.configure(configOfFacts());
+    expectFacts(daq);
     EXPECT_EQ(daq.m_events.at(6).number, 6);
     EXPECT_EQ(daq.m_events.at(6).cycle, 50);
     EXPECT_EQ(daq.m_events.at(6).maxLists, 2);
@@ -81,6 +92,15 @@ TEST(XcpDaqConfigure, KeepsAnEventThatIsGoneFromTheConfiguration) {
     daq.configure(cfg);
     EXPECT_EQ(daq.m_events.size(), 2U);
     EXPECT_EQ(daq.m_events.at(6).cycle, 50);
+}
+
+TEST(XcpDaqReset, LeavesTheFactsAndTheStartOfTheCycle) {
+    XCP_MOUDLE::XcpDaq daq;
+    daq.configure(configOfFacts());
+    daq.decodeDto(frame(77, {0}));
+    daq.reset();
+    expectFacts(daq);
+    EXPECT_EQ(daq.m_cycleStart, 77U);
 }
 
 TEST_F(XcpDaqPlanLists, OneListForAnEventWithoutLimits) {
@@ -226,6 +246,19 @@ TEST_F(XcpDaqPlanLists, WhatIsBegunInOneListMayRunOnIntoTheNext) {
     plans({variable("a", 250, 3), variable("b", 5, 3)});
     EXPECT_EQ(lists(), "0:e3[a@0:250 b@250:2] 1:e3[b#1@0:3]");
     EXPECT_EQ(names(), "e3{0:a 1:b}");
+}
+
+TEST_F(XcpDaqPlanLists, AFirstHeaderAboveTheFrameMakesRoomForALargeWholeVariable) {
+    // Frames of 3 bytes with a first header of 5: the room of the first ODT wraps to 254 bytes.
+    m_cfg.xcp.packMode = 0;
+    m_cfg.xcp.maxOdtEntrySizeDaq = 2;
+    m_cfg.xcp.daqListMode = 0x10;
+    m_cfg.xcp.timestampMode = 4;
+    m_cfg.xcp.maxDaq = 1;
+    plans({variable("a", 100, 3)});
+    EXPECT_EQ(lists(), "0:e3[a@0:100]");
+    EXPECT_EQ(names(), "e3{0:a}");
+    EXPECT_EQ(polled(), "");
 }
 
 TEST_F(XcpDaqPlanLists, EmptiesTheNamesOfAnEarlierPlan) {

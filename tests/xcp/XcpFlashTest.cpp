@@ -152,6 +152,13 @@ TEST_F(XcpDownload, BlockAtASegmentsStartSelectsItsPageZero) {
                              "f0 01 01"}));
 }
 
+TEST_F(XcpDownload, UnsupportedPageSwitchIsReportedAndTheBlockWrittenAllTheSame) {
+    cfg.dataSegments = {segment(0x1000, 16, {page(0, true)})};
+    EXPECT_EQ(task().downloadMemory({block(0x1000, 3)}, 2), 0U);
+    EXPECT_EQ(host.logTexts(3), Texts{"SET_CAL_PAGE not supported"});
+    EXPECT_EQ(sent(), Texts({kMta, "f0 03 01 02 03"}));
+}
+
 TEST_F(XcpDownload, OnlyTheFirstSegmentWithPagesAtTheAddressCounts) {
     supports("eb");
     cfg.dataSegments = {segment(0x1000, 1), segment(0x1000, 1, {page(1, true)}),
@@ -176,6 +183,20 @@ TEST_F(XcpDownload, CodeNeedsProgramStart) {
     EXPECT_EQ(host.logTexts(4), Texts{"PROGRAM_START not support"});
 }
 
+TEST_F(XcpDownload, WithoutCodeSegmentsTheCodeIsLeftOut) {
+    cfg.dataSegments = {segment(0x1000, 16)};
+    EXPECT_EQ(task().downloadMemory({block(0x1000, 3)}, 1), 0U);
+    EXPECT_TRUE(sent().empty());
+}
+
+TEST_F(XcpDownload, WithoutCodeSegmentsProgramStartIsNotNeeded) {
+    cfg.dataSegments = {segment(0x1000, 16)};
+    cfg.supportedCmds.clear();
+    EXPECT_EQ(task().downloadMemory({block(0x1000, 3)}, 7), 0U);
+    EXPECT_EQ(sent(), Texts({kMta, "f0 03 01 02 03"}));
+    EXPECT_TRUE(host.logTexts(4).empty());
+}
+
 TEST_F(XcpDownload, ImageOutsideTheCodeIs29BehindProgramStart) {
     cfg.codeSegments = {segment(0x1000, 16)};
     EXPECT_EQ(task().downloadMemory({block(0x5000, 1)}, 1), 29U);
@@ -186,6 +207,13 @@ TEST_F(XcpDownload, ImageOutsideTheDataIs29) {
     cfg.dataSegments = {segment(0x1000, 16)};
     EXPECT_EQ(task().downloadMemory({block(0x5000, 1)}, 2), 29U);
     EXPECT_TRUE(sent().empty());
+}
+
+TEST_F(XcpDownload, ImageOutsideTheDataIs29BehindTheProgrammedCode) {
+    cfg.codeSegments = {segment(0x1000, 16)};
+    cfg.dataSegments = {segment(0x2000, 16)};
+    EXPECT_EQ(task().downloadMemory({block(0x1000, 3)}, 3), 29U);
+    EXPECT_EQ(sent(), Texts({kStart, kMta, "d0 03 01 02 03", kReset}));
 }
 
 TEST_F(XcpDownload, EachRefusalHasItsCodeLinesAndFrames) {
