@@ -285,6 +285,16 @@ TEST_F(CcpConnect, EachStepOfTheUnlockingFailingEndsItWithSeedKey) {
     }
 }
 
+TEST_F(CcpConnect, LibraryOutlivesAnUnlockingThatFailedUntilOneSucceeds) {
+    offersKeys();
+    protects(1, 1);
+    ecu.answersOnce("13 ..", {"ff 33 @1"});
+    EXPECT_EQ(task().connect(), 8U);
+    EXPECT_TRUE(task().m_lib);
+    EXPECT_EQ(task().connect(), 0U);
+    EXPECT_FALSE(task().m_lib);
+}
+
 TEST_F(CcpConnect, SilenceAtEachStepEndsItWithItsCode) {
     supports("0c 0d");
     for (const auto& [pattern, code] :
@@ -337,6 +347,16 @@ TEST_F(CcpConnect, SlaveIdentificationThatCannotBeReadIsLoggedAsFarAsItCame) {
     ecu.answersInTurn("04 ..", {{"ff 00 @1 45 43 55 2d 30"}, {"ff 33 @1"}});
     EXPECT_EQ(task().connect(), 0U);
     EXPECT_EQ(host.logTexts(2), Texts{"Get slave id :ECU-0" + std::string(2, '\0')});
+}
+
+TEST_F(CcpConnect, SlaveIdentificationThatBreaksOffEndsWithTheBytesOfTheConnectBefore) {
+    ecu.answers("17 ..", {"ff 00 @1 07 00 00 00 00"});
+    ecu.answersInTurn(
+        "04 ..",
+        {{"ff 00 @1 45 43 55 2d 30"}, {"ff 00 @1 37 38"}, {"ff 00 @1 4e 45 57 2d 31"}, {"ff 33 @1"}});
+    EXPECT_EQ(task().connect(), 0U);
+    EXPECT_EQ(task().connect(), 0U);
+    EXPECT_EQ(host.logTexts(2), (Texts{"Get slave id :ECU-078", "Get slave id :NEW-178"}));
 }
 
 TEST_F(CcpConnect, LoaderThatIsNotThereSkipsTheUnlockingWithoutAWord) {

@@ -66,6 +66,16 @@ TEST_F(CcpDaqDecodeDto, TheLowestListWinsWhereRangesOverlap) {
     EXPECT_EQ(decodes(frame(200, {4, 1})), "a@100=1");
 }
 
+TEST_F(CcpDaqDecodeDto, AListWhosePidsRunOver255IsNeverFound) {
+    list(1, 250, std::vector<DaqOdtPlan>(7, odt({entry("a", 0, 0, 1)})), {"a"});
+    ASSERT_EQ(m_daq.m_daqLists.at(1).lastPid, 0);
+    for (int i = 0; i < 512; ++i) {
+        EXPECT_EQ(decodes(frame(100, {i & 0xFF, 1})), "") << "PID " << (i & 0xFF);
+    }
+    EXPECT_TRUE(m_daq.m_fragments[1].empty());
+    EXPECT_EQ(m_daq.m_cycleStart, 0U);
+}
+
 /// Each list puts together what is its own, so a variable that runs over the end of one comes in halves.
 TEST_F(CcpDaqDecodeDto, AVariableOverTwoListsComesInHalves) {
     list(0, 4, {odt({entry("a", 0, 0, 1), entry("b", 0, 1, 2)})}, {"a"});

@@ -209,6 +209,15 @@ TEST_F(CcpExchange, LinkThatARepeatWonBackStaysLost) {
     EXPECT_EQ(task().m_lastStatus, 0U);
 }
 
+TEST_F(CcpExchange, CommandRefusedOnALostLinkUsesUpItsCounter) {
+    EXPECT_EQ(asks(), 0U);
+    task().m_linkLost = true;
+    EXPECT_EQ(asks(), 1U);
+    task().m_linkLost = false;
+    EXPECT_EQ(asks(), 0U);
+    EXPECT_EQ(ecu.sentFrames(), (Texts{"0d 00", "0d 02"}));
+}
+
 TEST_F(CcpExchange, LinkIsLostAheadOfTheFirstRepeat) {
     cfg.ccp.retryCount = 1;
     ecu.answers("0d ..", {"ff 33 @1"});

@@ -62,6 +62,14 @@ TEST_F(CcpMeasurement, StopWithoutTheCommandForAllStopsTheListsAlone) {
     EXPECT_EQ(sent(), (Texts{"06 ## 00 00 11 00 02 01", "06 ## 00 01 20 01 02 01"}));
 }
 
+TEST_F(CcpMeasurement, EventAbove255IsStartedAndStoppedByItsLowEightBits) {
+    ASSERT_EQ(task().prepareMeasurement({variable("a", 0x1000, 1, 0x103)}), 0U);
+    task().startMeasurement();
+    task().stopMeasurement();
+    EXPECT_EQ(sent(), (Texts{"15 ## 00 00 00", "16 ## 01 00 00 10 00 00", "06 ## 02 00 10 03 02 01",
+                             "06 ## 01 00 00 03 02 01", "06 ## 00 00 10 03 02 01"}));
+}
+
 TEST_F(CcpMeasurement, StopEmptiesTheTimetableWithAndWithoutAPollPeriod) {
     for (const std::uint16_t period : {std::uint16_t{0}, std::uint16_t{50}}) {
         SCOPED_TRACE(period);
@@ -141,6 +149,20 @@ TEST_F(CcpMeasurement, DaqFramesBecomeValuesOneCycleLate) {
     EXPECT_EQ(measured.values[0].name, "d");
     EXPECT_EQ(measured.values[0].time, 100U);
     EXPECT_EQ(measured.values[0].data, std::vector<std::uint8_t>{7});
+}
+
+TEST_F(CcpMeasurement, ValuesAreDeliveredWithTheObjectUnlocked) {
+    task().prepareMeasurement({variable("a", 0x1000, 1)});
+    bool free = false;
+    host.onEvent([&](const std::string& entry) {
+        if (entry.starts_with("measure")) {
+            free = support::isFree(task().m_mutex);
+        }
+    });
+    ecu.sends("10 07");
+    ecu.sends("10 08");
+    task().processDaqFrames();
+    EXPECT_TRUE(free);
 }
 
 TEST_F(CcpMeasurement, FrameWithFirstByte253IsADaqFrameAndAnswersStay) {
@@ -249,6 +271,15 @@ TEST_F(CcpMeasurement, RefusedElementOfAFastEventIsPolledOnceASecond) {
     task().startMeasurement();
     ASSERT_EQ(task().m_pollScheduler->m_groups.size(), 1U);
     EXPECT_EQ(task().m_pollScheduler->m_groups.begin()->first, 1000);
+}
+
+TEST_F(CcpMeasurement, PeriodOfARefusedElementIsCutAndNotRounded) {
+    cfg.ccp.events[0] = {19, 5};  // 1.9 ms
+    ecu.answersInTurn("16 ..", {{"ff 22 @1"}, {"ff 22 @1"}});
+    task().prepareMeasurement(variables());
+    task().startMeasurement();
+    ASSERT_EQ(task().m_pollScheduler->m_groups.size(), 1U);
+    EXPECT_EQ(task().m_pollScheduler->m_groups.begin()->first, 1);
 }
 
 TEST_F(CcpMeasurement, SizesAreAskedFromTheFirstListOn) {

@@ -223,6 +223,15 @@ TEST_F(CcpMemory, ForcedFileOfTwoBytesIsOneProgramFrame) {
     EXPECT_TRUE(ecu.showed("18 ?? 02 00 01"));
 }
 
+TEST_F(CcpMemory, RestOfAForcedDownloadIsCutToTheFrame) {
+    cfg.maxCto = 5;
+    cfg.dataSegments = {segment(0x1000, 0x100)};
+    const std::string path = file({block(0x1000, 5)});
+    EXPECT_EQ(task().forceDownload(path), 0U);
+    EXPECT_EQ(sent(), (Texts{"12 ## ff", "02 ## 00 00 00 10 00 00", "10 ## 00 01 00 00", "18 ## 02 00 01",
+                             "18 ## 02 02 03", "18 ## 01 04"}));
+}
+
 TEST_F(CcpMemory, ForcedDownloadFailuresHaveTheirCodesAndLines) {
     cfg.dataSegments = {segment(0x1000, 0x100)};
     EXPECT_EQ(task().forceDownload("nowhere.hex"), 73U);

@@ -8,7 +8,9 @@
 
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -50,6 +52,16 @@ protected:
 private:
     std::unique_ptr<Task> m_task;
 };
+
+/// @return whether another thread could have the lock now
+inline bool isFree(std::recursive_mutex& mutex) {
+    bool free = false;
+    std::thread([&] {
+        const std::unique_lock lock(mutex, std::try_to_lock);
+        free = lock.owns_lock();
+    }).join();
+    return free;
+}
 
 inline mcMeasureVariable variable(const std::string& name, std::uint32_t address, std::uint32_t size,
                                   std::uint16_t event = 0, std::uint16_t period = 0) {

@@ -8,6 +8,7 @@
 #include "transport/FrameStore.h"
 #include "transport/IdRegistry.h"
 #include "transport/StopFlag.h"
+#include "xcp/XcpTaskTransmit.h"
 
 #include <memory>
 
@@ -25,6 +26,17 @@ EcuProtoCfg config(std::uint32_t protoType = 1) {
     cfg.canIdMaster = 11;
     cfg.canIdSlave = 12;
     return cfg;
+}
+
+/// @return what is left of two responses and a DAQ frame when a send is refused
+template <typename Task>
+std::string leftByRefusedSend(std::uint32_t protoType, const CallBackFuns& callBacks) {
+    Task object(config(protoType), callBacks);
+    object.m_frames = {frame(12, "ff 00"), frame(12, "05 01")};
+    receives(12, "fe 01");
+    msgBuf refused = frame(0, "0d 01");
+    EXPECT_EQ(object.sendFrame(refused), 0U);
+    return text(object.m_frames);
 }
 
 }  // namespace
@@ -184,6 +196,21 @@ TEST(BasicCfgTransmit, RefusedFrameOfCcpIsNotPadded) {
     EXPECT_TRUE(host.sent().empty());
     object.sendFrame(sent);
     EXPECT_EQ(support::hexText(sent.data.data(), 8), "0d 01 00 00 00 00 00 00");
+}
+
+TEST(BasicCfgTransmit, RefusedSendDropsOldResponsesAllTheSame) {
+    const support::TestHost host;
+    for (const bool stopped : {true, false}) {
+        SCOPED_TRACE(stopped ? "stop flag" : "no function");
+        CallBackFuns table = support::TestHost::callBacks();
+        if (!stopped) {
+            table.sndFun = nullptr;
+        }
+        stopFlag().setStopTransmit(stopped);
+        EXPECT_EQ(leftByRefusedSend<CCP_MOUDLE::CcpTaskTransmit>(0, table), "12:05 01");
+        EXPECT_EQ(leftByRefusedSend<XCP_MOUDLE::XcpTaskTransmit>(1, table), "12:05 01");
+        stopFlag().setStopTransmit(false);
+    }
 }
 
 TEST(BasicCfgTransmit, LogLineGoesToAllFunctionsWithOneTime) {

@@ -40,3 +40,25 @@ TEST(MeasurementTask, ResponseBudgetOfCcpEndsAtTheLargestNumberToo) {
         EXPECT_EQ(CCP_MOUDLE::CcpTaskTransmit(cfg, {}).responseBudget(), row.budgetMs);
     }
 }
+
+TEST(MeasurementTask, PeriodIsOverWhenItsLastMicrosecondHasPassed) {
+    std::uint64_t last = 500;
+    EXPECT_FALSE(isPeriodOver(500 + 6'999, last, 7));
+    EXPECT_EQ(last, 500U);
+    EXPECT_TRUE(isPeriodOver(500 + 7'000, last, 7));
+    EXPECT_EQ(last, 7'500U);
+}
+
+TEST(MeasurementTask, LongestPeriodIsNotCut) {
+    constexpr std::uint64_t kLongest = 0xFFFFFFFF * std::uint64_t{1000};
+    std::uint64_t last = 0;
+    EXPECT_FALSE(isPeriodOver(kLongest - 1, last, 0xFFFFFFFF));
+    EXPECT_TRUE(isPeriodOver(kLongest, last, 0xFFFFFFFF));
+}
+
+/// Otherwise nothing would be sent until the clock is again where it was.
+TEST(MeasurementTask, PeriodIsOverWhenTheClockWasSetBack) {
+    std::uint64_t last = 5'000'000;
+    EXPECT_TRUE(isPeriodOver(4'999'999, last, 7));
+    EXPECT_EQ(last, 4'999'999U);
+}

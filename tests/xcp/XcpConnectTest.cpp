@@ -264,6 +264,15 @@ TEST_F(XcpConnect, KeepAliveLogsARefusedStatusAndNotARefusedSynch) {
                      "Unknown command or not implemented optional command.", "Send GetStatus failed."}));
 }
 
+TEST_F(XcpConnect, RefusedKeepAliveIsNotTriedAgainBeforeItsPeriodIsOver) {
+    cfg.xcp.synchPeriodMs = 3'600'000;
+    cfg.xcp.statusPeriodMs = 3'600'000;
+    ecu.answersByDefault({"fe 20"});
+    task().keepAlive();
+    task().keepAlive();
+    EXPECT_EQ(sent(), Texts({"fc", "fd"}));
+}
+
 TEST_F(XcpConnect, ResponseBudgetCountsRetriesAndPauses) {
     struct Row {
         std::uint16_t t1;

@@ -3,7 +3,6 @@
 #include "transport/StopFlag.h"
 
 #include <array>
-#include <mutex>
 #include <thread>
 
 using namespace xcp_test;
@@ -166,19 +165,6 @@ TEST_F(XcpSend, RefusedFrameIsNotPadded) {
         EXPECT_EQ(frame.id, 0U);
         EXPECT_EQ(frame.time, 0U);
     }
-}
-
-TEST_F(XcpSend, RefusedSendDropsOldResponsesAllTheSame) {
-    task();
-    ecu.sends("ff 11");
-    task().fetchFrames();
-    ecu.sends("ff 22");
-    ecu.sends("05 01");
-    stopFlag().setStopTransmit(true);
-    msgBuf frame = request("fc");
-    EXPECT_EQ(task().sendFrame(frame), 0U);
-    ASSERT_EQ(task().m_frames.size(), 1U);
-    EXPECT_EQ(task().m_frames[0].data[0], 5);
 }
 
 TEST_F(XcpSend, TraceShowsTheBytesThatGoOut) {
@@ -412,10 +398,7 @@ TEST_F(XcpExchange, LogFunctionsHearOfALostLinkWithoutTheLock) {
     int heard = 0;
     host.onEvent([&](const std::string& /*entry*/) {
         ++heard;
-        std::thread([this] {
-            const std::unique_lock lock(task().m_mutex, std::try_to_lock);
-            EXPECT_TRUE(lock.owns_lock());
-        }).join();
+        EXPECT_TRUE(support::isFree(task().m_mutex));
     });
     std::uint32_t checksum = 0;
     std::array<std::uint8_t, XcpProtoTransmit::kFrameRoom> bytes{};

@@ -2,23 +2,13 @@
 #include "tests/xcp/XcpTestSupport.h"
 #include "transport/StopFlag.h"
 
-#include <mutex>
 #include <thread>
 
 using namespace xcp_test;
+using support::isFree;
 using Bytes = std::vector<std::uint8_t>;
 
 namespace {
-
-/// @return whether another thread could have the lock now
-bool isFree(std::recursive_mutex& mutex) {
-    bool free = false;
-    std::thread([&] {
-        const std::unique_lock lock(mutex, std::try_to_lock);
-        free = lock.owns_lock();
-    }).join();
-    return free;
-}
 
 /// Looks at the lock ahead of each send, wait and exchange: nothing else is called between two frames.
 class WatchedTask : public XcpTaskTransmit {

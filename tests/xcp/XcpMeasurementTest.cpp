@@ -2,8 +2,6 @@
 #include "tests/xcp/XcpTestSupport.h"
 #include "transport/StopFlag.h"
 
-#include <thread>
-
 using namespace xcp_test;
 
 namespace {
@@ -88,6 +86,29 @@ TEST_F(XcpPrepare, WithEveryVariableRefusedThePlanIsEmpty) {
     EXPECT_EQ(host.plans().size(), 1U);
 }
 
+TEST_F(XcpPrepare, ThatFailsShowsNoPlanAndLeavesTheTimetable) {
+    supports("da d9");
+    task().m_pollScheduler->assign({variable("before", 0x1000, 1, 0, 70)});
+    ecu.answersOnce("da", {"fe 20"});
+    EXPECT_EQ(prepares(), 16U);
+    ecu.answersOnce("d9", {"fe 20"});
+    EXPECT_EQ(prepares(), 17U);
+    variables = {variable("none", 0x1000, 0)};
+    EXPECT_EQ(prepares(), 18U);
+    EXPECT_TRUE(host.plans().empty());
+    ASSERT_EQ(task().m_pollScheduler->m_groups.size(), 1U);
+    EXPECT_EQ(task().m_pollScheduler->m_groups.begin()->first, 70);
+}
+
+TEST_F(XcpPrepare, VariableOutsideEverySegmentIsWarnedOfAndPlanned) {
+    cfg.dataSegments = {segment(0x1000, 3), segment(0x2000, 16)};
+    EXPECT_EQ(prepares(), 0U);
+    EXPECT_EQ(host.logTexts(3), Texts{"Ignore measure variable:a address out of memory segment range"});
+    ASSERT_EQ(task().m_daq.m_daqLists.size(), 1U);
+    EXPECT_EQ(task().m_daq.m_daqLists[0].odts.at(0).entries.at(0).name, "a");
+    EXPECT_TRUE(task().m_pollScheduler->m_groups.empty());
+}
+
 TEST_F(XcpPrepare, ShowsThePlan) {
     EXPECT_EQ(prepares(), 0U);
     ASSERT_EQ(host.plans().size(), 1U);
@@ -117,6 +138,19 @@ TEST_F(XcpPrepare, PollPeriodPollsEverythingAndSendsNothing) {
     EXPECT_TRUE(sent().empty());
     EXPECT_TRUE(host.plans().empty());
     EXPECT_TRUE(task().m_pollScheduler->m_groups.empty());
+}
+
+TEST_F(XcpPrepare, PollPeriodLeavesOutWhatIsRejected) {
+    cfg.xcp.pollPeriodMs = 100;
+    variables.insert(variables.begin(), variable("none", 0x1000, 0));
+    EXPECT_EQ(prepares(), 0U);
+    Texts polled;
+    for (const mcMeasureVariable& one : task().m_pollScheduler->m_groups[100].variables) {
+        polled.push_back(one.name);
+    }
+    EXPECT_EQ(polled, Texts({"a", "b"}));
+    variables = {variable("none", 0x1000, 0)};
+    EXPECT_EQ(prepares(), 18U);
 }
 
 TEST_F(XcpStart, DynamicListsAreAllocatedWrittenSelectedAndStarted) {
@@ -422,12 +456,7 @@ TEST_F(XcpMeasurement, ValuesAreDeliveredWithTheObjectUnlocked) {
     bool free = false;
     host.onEvent([&](const std::string& entry) {
         if (entry.rfind("measure", 0) == 0) {
-            std::thread([&] {
-                free = task().m_mutex.try_lock();
-                if (free) {
-                    task().m_mutex.unlock();
-                }
-            }).join();
+            free = support::isFree(task().m_mutex);
         }
     });
     for (const char* frame : {"00 01 02 03 04 05 06", "01 07 08", "00 00 00 00 00 00 00"}) {

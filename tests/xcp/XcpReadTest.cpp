@@ -1,5 +1,6 @@
 // Reading variables: single reads and polling.
 #include "tests/xcp/XcpTestSupport.h"
+#include "transport/SystemClock.h"
 
 using namespace xcp_test;
 
@@ -76,6 +77,22 @@ TEST_F(XcpRead, ValuesAreDeliveredWithKindZeroAndTheSystemTime) {
     EXPECT_GT(values[0].time, 1'600'000'000'000'000U);
 }
 
+TEST_F(XcpRead, TimeOfAValueIsThatBehindItsBytes) {
+    std::uint64_t answered = 0;
+    ecu.answersBy("f5 ..", [&answered](const std::string&) {
+        const std::uint64_t asked = systemMicros();
+        EXPECT_TRUE(support::waitFor([asked] { return systemMicros() > asked; }));
+        answered = systemMicros();
+        return Texts{"ff 10"};
+    });
+    const auto values = task().readVariables({variable("a", 0x1010, 1)});
+    ASSERT_EQ(values.size(), 1U);
+    EXPECT_GE(values[0].time, answered);
+    mcMeasureVariableValue polled;
+    EXPECT_EQ(task().readVariable(variable("a", 0x1010, 1), polled), 0);
+    EXPECT_GE(polled.time, answered);
+}
+
 TEST_F(XcpRead, RejectedNamesAloneAreDelivered) {
     EXPECT_TRUE(task().readVariables({variable("a", 0x1010, 0)}).empty());
     EXPECT_THAT(host.journal(), testing::Contains("measure ecu 0 [] [a]"));
@@ -144,6 +161,19 @@ TEST_F(XcpRead, PolledReadTellsWhyItFailed) {
     EXPECT_EQ(task().readVariable(variable("a", 0x1010, 2), value), 0);
     EXPECT_EQ(value.name, "a");
     EXPECT_EQ(support::hexText(value.data), "10 11");
+}
+
+TEST_F(XcpRead, PolledReadOutsideEverySegmentIsWarnedOfEachTimeAndDone) {
+    cfg.dataSegments = {segment(0x2000, 16)};
+    Texts warnings;
+    for (int poll = 0; poll < 3; ++poll) {
+        mcMeasureVariableValue value;
+        EXPECT_EQ(task().readVariable(variable("a", 0x1010, 2), value), 0);
+        EXPECT_EQ(support::hexText(value.data), "10 11");
+        warnings.emplace_back("Ignore measure variable:a address out of memory segment range");
+        EXPECT_EQ(host.logTexts(3), warnings);
+    }
+    EXPECT_EQ(ecu.count("f5 02"), 3U);
 }
 
 TEST_F(XcpRead, FirstTickReadsEveryPolledVariable) {

@@ -67,6 +67,17 @@ TEST_F(XcpSeedKey, FirstFrameIsCompleteByMaxDto) {
     EXPECT_EQ(sent(), Texts{"f8 00 01"});
 }
 
+TEST_F(XcpSeedKey, SeedThatFillsMaxDtoIsCompleteAndOneByteMoreIsNot) {
+    cfg.maxDto = 8;
+    ecu.answers("f8 00 01", {"ff 06 01 02 03 04 05 06"});
+    EXPECT_EQ(fetched(), "01 02 03 04 05 06");
+    EXPECT_EQ(sent(), Texts{"f8 00 01"});
+    ecu.answers("f8 00 01", {"ff 07 01 02 03 04 05 06"});
+    ecu.answers("f8 01 01", {"ff 01 07"});
+    EXPECT_EQ(fetched(), "01 02 03 04 05 06 07");
+    EXPECT_EQ(sent(), Texts({"f8 00 01", "f8 01 01"}));
+}
+
 TEST_F(XcpSeedKey, SeedThatBrokeOffIsUsedAsItStands) {
     ecu.answers("f8 00 01", {"ff 0a 01 02 03 04 05 06"});
     ecu.answers("f8 01 01", {"fe 29"});
@@ -222,6 +233,8 @@ TEST_F(XcpSeedKey, ParsedResponseOfACallerWhoRunsTheLoop) {
         {"ff", false, 3, true, 3},                        // too short: nothing more comes
         {"ff 04 01 02 03 04", false, 0, true, 4},         // first, complete: added
         {"ff 04 01 02 03 04 00 00", false, 3, true, 9},   // first, padded
+        {"ff 06 01 02 03 04 05 06", false, 3, true, 9},   // first, complete in a full frame
+        {"ff 07 01 02 03 04 05 06", false, 3, false, 6},  // first, one more to come: set
         {"ff 0a 01 02 03 04 05 06", false, 3, false, 6},  // first, more to come: set
         {"ff 04 01 02 03 04 05 06", true, 3, true, 6},    // follow-up, complete: set
         {"ff 07 01 02 03 04 05 06", true, 3, false, 6},   // follow-up, more to come
