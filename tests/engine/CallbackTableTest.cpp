@@ -2,12 +2,15 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <map>
 
 namespace {
 
 using engine_test::EngineTest;
+using engine_test::offersDaq;
 using engine_test::variable;
 using support::TaskResult;
 using testing::Contains;
@@ -41,23 +44,73 @@ void countLine(std::uint32_t /*level*/, std::uint64_t /*timeMs*/, const std::str
 
 using CallbackTable = EngineTest;
 
-TEST_F(CallbackTable, ASecondTableWithOnePositionReplacesOnlyThatOne) {
-    CallBackFuns second;
-    second.measureFun = countValues;
-    setCallBackFuns(second);
-    m_cfgA.supportedCmds = {0xF4};
-    configure();
-    connected();
-    resultOf(7, [] { MeasureVars("a", {variable()}); });
-    EXPECT_EQ(g_otherValues, 1);
-    EXPECT_THAT(m_host.measured(), IsEmpty());
-    EXPECT_EQ(m_a.count("f4 .."), 1U);
+/// The functions that were set first, behind a second table.
+class SecondTable : public EngineTest {
+protected:
+    using Calls = std::map<std::string, std::size_t>;
+
+    /// Each function is there for one moment of the session that `callsBehind` runs.
+    const Calls m_onceEach{{"measureFun", 1},    {"sndFun", 1},       {"msgDecodeFun", 1},
+                           {"taskResultFun", 1}, {"memResultFun", 1}, {"xcpSeedLibFun", 1},
+                           {"ccpSeedLibFun", 1}, {"daqInfoFun", 1}};
+
+    /// Sets @p second and runs a session of "a" and "c", an ECU that speaks CCP.
+    /// @return how often the functions that were set first took their moment
+    Calls callsBehind(const CallBackFuns& second) {
+        setCallBackFuns(second);
+        configureBothProtocols();
+        m_host.setSeedFun(
+            [](std::uint8_t, std::uint8_t, std::uint8_t*, std::uint8_t*, std::uint8_t*) { return 1; });
+        resultOf(9, [] {
+            EcuConnect({"a", "c"});
+            StartMeasurement({{"a", {variable()}}});
+            MeasureVars("a", {variable()});
+            EarseEcu("a", 0);
+        });
+        return {{"measureFun", count("measure a 0")},
+                {"sndFun", m_a.count("ff 00")},
+                {"msgDecodeFun", decodedConnects()},
+                {"taskResultFun", count("task 1 0")},
+                {"memResultFun", count("mem 15 0")},
+                {"xcpSeedLibFun", count("seed a.dll XCP_ComputeKeyFromSeed")},
+                {"ccpSeedLibFun", count("seed c.dll ASAP1A_CCP_ComputeKeyFromSeed")},
+                {"daqInfoFun", count("plan a")}};
+    }
+
+private:
+    void configureBothProtocols() {
+        m_cfgA.seedkey_path = "a.dll";
+        m_cfgA.supportedCmds = {0xF4, 0xF8};
+        offersDaq(m_cfgA);
+        auto& c = *new support::ScriptedEcu(m_host, {0, 0x300, 0x301}, false);
+        c.answers("1b ..", {"ff 00 @1 02 01"});
+        EcuProtoCfg cfgC = c.config(engine_test::kLongMs);
+        cfgC.ecuName = "c";
+        cfgC.seedkey_path = "c.dll";
+        setProtoCfgs({m_cfgA, cfgC});
+    }
+
+    /// @return how often CONNECT to "a" was analysed
+    std::size_t decodedConnects() {
+        const std::vector<support::Decoded> decoded = m_host.decoded();
+        const auto isConnect = [](const support::Decoded& entry) {
+            return entry.message.canId == 0x100 && entry.message.command == 0xFF;
+        };
+        return static_cast<std::size_t>(std::count_if(decoded.begin(), decoded.end(), isConnect));
+    }
+};
+
+TEST_F(SecondTable, ThatIsEmptyReplacesNothing) {
+    EXPECT_EQ(callsBehind(CallBackFuns{}), m_onceEach);
 }
 
-TEST_F(CallbackTable, AnEmptyTableChangesNothing) {
-    setCallBackFuns(CallBackFuns{});
-    connected();
-    EXPECT_EQ(m_a.count("ff 00"), 1U);
+TEST_F(SecondTable, WithOnePositionReplacesOnlyThatOne) {
+    CallBackFuns second;
+    second.measureFun = countValues;
+    Calls expected = m_onceEach;
+    expected["measureFun"] = 0;
+    EXPECT_EQ(callsBehind(second), expected);
+    EXPECT_EQ(g_otherValues, 1);
 }
 
 TEST_F(CallbackTable, TheReservedPointerIsIgnored) {

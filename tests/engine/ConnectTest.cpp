@@ -156,6 +156,13 @@ TEST_F(EcuConnectCommand, TwiceForAnEcuDestroysTheFirstObjectWithoutADisconnectO
     EXPECT_THAT(m_b.sentFrames(), ElementsAre("ff 00", "fe"));
 }
 
+TEST_F(EcuConnectCommand, LeavesARunningMeasurementAndItsPollingAsTheyAre) {
+    measuring();
+    connected({"b"});
+    EXPECT_TRUE(isMeasureing());
+    EXPECT_TRUE(shows("measure a 1"));
+}
+
 TEST_F(EcuConnectCommand, TwiceOnTheSameIdentifiersStillHearsTheEcu) {
     connected();
     connected();

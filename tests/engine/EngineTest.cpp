@@ -112,6 +112,11 @@ void EngineTest::settles() {
     EXPECT_TRUE(support::waitFor([&] { return count("task 1 ") > before; }));
 }
 
+void EngineTest::passes(std::chrono::milliseconds time) {
+    const auto end = std::chrono::steady_clock::now() + time;
+    support::waitFor([end] { return std::chrono::steady_clock::now() > end; });
+}
+
 mcMeasureVariable variable(const std::string& name, std::uint32_t size) {
     mcMeasureVariable made;
     made.name = name;

@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstddef>
 #include <functional>
 #include <list>
@@ -56,6 +57,8 @@ protected:
     std::size_t count(const std::string& head);
     /// Lets the worker run an empty connect, and waits for its result: everything queued before is done.
     void settles();
+    /// Gives the engine @p time, for what it must not do or has to have waited for.
+    static void passes(std::chrono::milliseconds time);
 
     support::TestHost& m_host;
     support::ScriptedEcu& m_a;

@@ -3,6 +3,9 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
+#include <chrono>
+
 namespace {
 
 using engine_test::EngineTest;
@@ -156,6 +159,21 @@ TEST_F(StartMeasurementCommand, TwiceRestartsThePollingThread) {
     EXPECT_TRUE(support::waitFor([&] { return support::threadCount() == threads; }));
     m_host.clear();
     EXPECT_TRUE(shows("measure a 1"));
+}
+
+TEST_F(StartMeasurementCommand, TheOldPollingGoesOnUntilAllEcusHaveStarted) {
+    offersDaq(m_cfgB);
+    measuring();
+    connected({"b"});
+    std::atomic<bool> polled = false;
+    m_b.answersBy("dd 01", [&](const std::string&) {
+        const std::size_t before = m_a.count("f4 ..");
+        polled = support::waitFor([&] { return m_a.count("f4 ..") > before; }, std::chrono::seconds(10));
+        return support::ScriptedEcu::Responses{"ff"};
+    });
+    const auto start = [] { StartMeasurement({{"a", {variable()}}, {"b", {variable()}}}); };
+    EXPECT_EQ(resultOf(5, start).result, 0);
+    EXPECT_TRUE(polled);
 }
 
 TEST_F(StartMeasurementCommand, DaqValuesComeWithKind2AndThePlanIsShown) {

@@ -1,3 +1,4 @@
+#include "engine/ProtoThread.h"
 #include "tests/engine/EngineTest.h"
 #include "tests/support/ThreadCount.h"
 
@@ -5,6 +6,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <limits>
 
 namespace {
 
@@ -17,9 +19,21 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 const char* const kLostA = "task 3 0 [ecu:a-Recive msg timeout]";
+const char* const kLostB = "task 3 0 [ecu:b-Recive msg timeout]";
+
+/// A budget that a test waits for; the others are out of reach.
+constexpr std::uint16_t kBudgetMs = 200;
 
 class PollingThread : public EngineTest {
 protected:
+    void TearDown() override {
+        if (m_z != nullptr) {
+            goesOn();
+            resultOf(2, [] { EcuDisconnect(); });
+            m_host.onEvent({});
+        }
+    }
+
     /// Connects both ECUs and measures "b" alone, by polling each millisecond: its values show the turns.
     void measuringBoth() {
         m_cfgA.supportedCmds.insert(0xF4);
@@ -58,6 +72,79 @@ protected:
         const std::size_t before = m_a.count("fd");
         EXPECT_TRUE(support::waitFor([&] { return m_a.count("fd") >= before + 2; }));
     }
+
+    /// Connects "a", "b" and "z" and polls "z" alone. The polling thread comes to "z" last in each turn and
+    /// is kept there until the test lets it go on, so that it looks at the others only when the test wants
+    /// it.
+    void measuringHeld() {
+        m_z = new support::ScriptedEcu(m_host, {0, 0x300, 0x301});
+        EcuProtoCfg pacer = m_z->config(engine_test::kLongMs);
+        pacer.ecuName = "z";
+        pacer.xcp.statusPeriodMs = 0;
+        polls(pacer);
+        m_cfgA.xcp.t3 = m_cfgB.xcp.t3 = 1;
+        setProtoCfgs({m_cfgA, m_cfgB, pacer});
+        connected({"a", "b", "z"});
+        m_host.onEvent([this](const std::string& entry) {
+            if (entry.rfind("measure z 1", 0) == 0) {
+                const int turn = ++m_turns;
+                support::waitFor([this, turn] { return m_allowed >= turn; });
+            }
+        });
+        startsPacer();
+        ASSERT_TRUE(support::waitFor([this] { return m_turns == 1; }));
+    }
+
+    void startsPacer() {
+        ASSERT_EQ(resultOf(5, [] { StartMeasurement({{"z", {variable()}}}); }).result, 0);
+    }
+
+    /// Lets the turn that is held end, and holds the next one.
+    void nextTurn() {
+        const int held = m_turns;
+        m_allowed = held;
+        ASSERT_TRUE(support::waitFor([&] { return m_turns > held; }));
+    }
+
+    /// Holds no turn any more.
+    void goesOn() { m_allowed = std::numeric_limits<int>::max(); }
+
+    /// Loses the link to "a" or "b" at once, whatever its budget: PROGRAM_START has a time-out of its own.
+    void losesLink(const std::string& name) {
+        (name == "a" ? m_a : m_b).answers("d2", {});
+        resultOf(9, [&] { EarseEcu(name, mcMemCode); });
+    }
+
+    /// Connects ECUs anew, as configured by now.
+    void comeBack(const std::vector<std::string>& names) {
+        configure();
+        connected(names);
+    }
+
+    /// Lets a loss of "a" be reported, throws the disconnect behind it away, and connects "a" and "b" anew.
+    void losesLinkWithoutADisconnect() {
+        m_cfgA.xcp.t1 = kBudgetMs;
+        measuringHeld();
+        losesLink("a");
+        m_b.holdsBack();
+        MeasureVars("b", {variable()});
+        ASSERT_TRUE(support::waitFor([this] { return m_b.count("f6 ..") == 1; }));
+        goesOn();
+        ASSERT_TRUE(shows(kLostA));
+        for (std::size_t i = 0; i < ProtoThread::kQueueLimit; ++i) {
+            MeasureVars("ghost", {});
+        }
+        // The report comes ahead of its disconnect. Only with that the queue takes one command too many.
+        ASSERT_TRUE(shows("log 3 Command queue full"));
+        stopAllTask();
+        m_b.releases();
+        comeBack({"a", "b"});
+        ASSERT_TRUE(isMeasureing());
+    }
+
+    support::ScriptedEcu* m_z = nullptr;  ///< lives as long as the process, like the other ECUs
+    std::atomic<int> m_turns = 0;         ///< turns that have come to "z"
+    std::atomic<int> m_allowed = 0;       ///< turns that may go on behind "z"
 };
 
 TEST_F(PollingThread, DeliversPolledValuesWithKind1) {
@@ -150,44 +237,47 @@ TEST_F(PollingThread, NamesOnlyTheLostEcusWithTheirDetails) {
 }
 
 TEST_F(PollingThread, NamesAllEcusWhoseBudgetsHaveRunOutInOneReport) {
-    watches(20);
-    m_cfgB.xcp.t1 = 20;
-    m_cfgB.xcp.statusPeriodMs = 1;
-    EcuProtoCfg pacer = m_cfgA;
-    pacer.ecuName = "z";
-    pacer.canIdMaster = 0x300;
-    pacer.canIdSlave = 0x301;
-    pacer.xcp.statusPeriodMs = 0;
-    pacer.xcp.t1 = engine_test::kLongMs;
-    polls(pacer);
-    auto& z = *new support::ScriptedEcu(m_host, {0, 0x300, 0x301});
-    setProtoCfgs({m_cfgA, m_cfgB, pacer});
-    connected({"a", "b", "z"});
-    // The polling thread comes to "z" last in each turn and is kept there, so that it looks at "a" and "b"
-    // only when both are lost: first to start the clock, then, a good while later, to name them.
-    std::atomic<int> turns = 0;
-    std::atomic<int> allowed = 0;
-    m_host.onEvent([&](const std::string& entry) {
-        if (entry.rfind("measure z 1", 0) == 0) {
-            const int turn = ++turns;
-            support::waitFor([&] { return allowed >= turn; });
-        }
-    });
-    ASSERT_EQ(resultOf(5, [] { StartMeasurement({{"z", {variable()}}}); }).result, 0);
-    ASSERT_TRUE(support::waitFor([&] { return turns == 1; }));
-    m_a.isSilent();
-    m_b.isSilent();
-    ASSERT_TRUE(support::waitFor([this] { return count("log 3 Send GetStatus failed.") >= 6; }));
-    allowed = 1;
-    ASSERT_TRUE(support::waitFor([&] { return turns == 2; }));
-    const auto later = std::chrono::steady_clock::now() + std::chrono::milliseconds(60);
-    ASSERT_TRUE(support::waitFor([&] { return std::chrono::steady_clock::now() > later; }));
-    allowed = 1000000;
+    m_cfgA.xcp.t1 = m_cfgB.xcp.t1 = kBudgetMs;
+    measuringHeld();
+    losesLink("a");
+    nextTurn();
+    losesLink("b");
+    passes(std::chrono::milliseconds(kBudgetMs));
+    goesOn();
     ASSERT_TRUE(shows("task 3"));
     EXPECT_EQ(count("task 3 0 [ecu:a-Recive msg timeout, ecu:b-Recive msg timeout]"), 1U);
     EXPECT_TRUE(shows("task 2 0"));
-    EXPECT_EQ(z.count("fe"), 1U);
-    m_host.onEvent({});
+    EXPECT_EQ(m_z->count("fe"), 1U);
+}
+
+TEST_F(PollingThread, ALossIsReportedAtItsFirstLookIfAnEarlierOneHasUsedUpItsBudget) {
+    m_cfgB.xcp.t1 = kBudgetMs;
+    measuringHeld();
+    losesLink("a");
+    nextTurn();
+    passes(std::chrono::milliseconds(kBudgetMs));
+    losesLink("b");
+    const int held = m_turns;
+    goesOn();
+    ASSERT_TRUE(shows(kLostB));
+    EXPECT_EQ(m_turns, held + 1);
+}
+
+TEST_F(PollingThread, LossesThatTakeTurnsDoNotStartTheClockAgain) {
+    measuringHeld();
+    losesLink("a");
+    nextTurn();
+    passes(std::chrono::milliseconds(kBudgetMs));
+    losesLink("b");
+    m_cfgA.xcp.t1 = kBudgetMs;
+    comeBack({"a"});
+    nextTurn();
+    comeBack({"b"});
+    losesLink("a");
+    const int held = m_turns;
+    goesOn();
+    ASSERT_TRUE(shows(kLostA));
+    EXPECT_EQ(m_turns, held + 1);
 }
 
 TEST_F(PollingThread, ALinkThatComesBackBeforeItsBudgetRanOutCausesNoReport) {
@@ -235,6 +325,22 @@ TEST_F(PollingThread, AFreshStartClearsAnEarlierLoss) {
     wholeTurn();
     EXPECT_EQ(count("task 3"), 0U);
     EXPECT_TRUE(isMeasureing());
+}
+
+TEST_F(PollingThread, ALossBehindAFreshStartIsReportedThoughNoDisconnectFollowedTheFirst) {
+    losesLinkWithoutADisconnect();
+    startsPacer();
+    losesLink("a");
+    EXPECT_TRUE(shows(kLostA));
+}
+
+TEST_F(PollingThread, AFreshStartSetsTheClockOfALossBack) {
+    losesLinkWithoutADisconnect();
+    losesLink("a");
+    const int before = m_turns;
+    startsPacer();
+    ASSERT_TRUE(shows(kLostA));
+    EXPECT_GT(m_turns, before + 1);
 }
 
 TEST_F(PollingThread, ADeadLinkIsNotNoticedWithoutAMeasurement) {

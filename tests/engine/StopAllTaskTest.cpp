@@ -11,6 +11,7 @@ namespace {
 
 using engine_test::EngineTest;
 using engine_test::Journal;
+using engine_test::offersDaq;
 using engine_test::variable;
 using testing::Contains;
 using testing::ElementsAre;
@@ -128,10 +129,23 @@ class StopRaised : public EngineTest {
 protected:
     void TearDown() override { stopFlag().setStopTransmit(false); }
 
-    /// Gives the engine @p time for what it must not do.
-    static void passes(std::chrono::milliseconds time) {
-        const auto end = std::chrono::steady_clock::now() + time;
-        support::waitFor([end] { return std::chrono::steady_clock::now() > end; });
+    /// Measures "b" by DAQ, with a keep-alive of "a" each millisecond, and raises the flag in the delivery of
+    /// the value 11 of "b": that is the last thing that the worker does in a turn.
+    void raisedAtTheEndOfATurn() {
+        m_cfgA.xcp.statusPeriodMs = 1;
+        offersDaq(m_cfgB);
+        configure();
+        connected({"a", "b"});
+        ASSERT_EQ(resultOf(5, [] { StartMeasurement({{"b", {variable()}}}); }).result, 0);
+        m_host.clear();
+        m_host.onEvent([](const std::string& entry) {
+            if (entry == "measure b 2 [v=11] []") {
+                stopFlag().setStopTransmit(true);
+            }
+        });
+        m_b.sends("00 11", 100);
+        m_b.sends("00 22", 200);
+        ASSERT_TRUE(support::waitFor([] { return stopFlag().isStopped(); }));
     }
 };
 
@@ -163,6 +177,26 @@ TEST_F(StopRaised, CommandsWaitUntilItIsOver) {
     settles();
     EXPECT_EQ(count("task 7"), 0U);
     EXPECT_EQ(count("log 2"), 0U);
+}
+
+TEST_F(StopRaised, TheIdleWorkerSendsNothingSoThatNoLinkIsLost) {
+    raisedAtTheEndOfATurn();
+    const std::size_t sent = m_a.count("fd");
+    passes(std::chrono::milliseconds(50));
+    EXPECT_EQ(m_a.count("fd"), sent);
+    stopFlag().setStopTransmit(false);
+    EXPECT_TRUE(support::waitFor([&] { return m_a.count("fd") > sent + 2; }));
+    EXPECT_THAT(m_host.logTexts(3), IsEmpty());
+    EXPECT_THAT(m_host.logTexts(4), IsEmpty());
+}
+
+TEST_F(StopRaised, DaqFramesWaitUntilItIsOver) {
+    raisedAtTheEndOfATurn();
+    m_b.sends("00 33", 300);
+    passes(std::chrono::milliseconds(50));
+    EXPECT_EQ(count("measure b 2"), 1U);
+    stopFlag().setStopTransmit(false);
+    EXPECT_TRUE(shows("measure b 2 [v=22] []"));
 }
 
 TEST_F(StopRaised, ThePollingThreadIdlesUntilItIsOver) {

@@ -9,7 +9,9 @@ using engine_test::EngineTest;
 using engine_test::Journal;
 using engine_test::offersDaq;
 using engine_test::variable;
+using testing::Contains;
 using testing::ElementsAre;
+using testing::Field;
 using testing::IsEmpty;
 
 /// A command that no export makes.
@@ -198,6 +200,67 @@ TEST_F(WorkerTurn, PumpsTheEcusBetweenCommandsAndNotWhileOneRuns) {
                             "measure b 0 [v=00] []", "log 1 Task cmd result:(0) Measurement vars success;;",
                             "task 7 0 [Measurement vars success, ]", "measure a 2 [v=11] []"));
     EXPECT_EQ(m_host.measured().back().values.at(0).time, 100U);
+}
+
+TEST_F(WorkerTurn, TakesOneCommandAndPumpsTheEcusBeforeTheNext) {
+    offersDaq(m_cfgA);
+    m_cfgB.supportedCmds = {0xF4};
+    configure();
+    connected({"a", "b"});
+    ASSERT_EQ(resultOf(5, [] { StartMeasurement({{"a", {variable()}}}); }).result, 0);
+    m_host.clear();
+    m_b.holdsBack();
+    MeasureVars("b", {variable()});
+    MeasureVars("ghost", {});
+    ASSERT_TRUE(support::waitFor([this] { return m_b.count("f4 ..") == 1; }));
+    m_a.sends("00 11", 100);
+    m_a.sends("00 22", 200);
+    m_b.releases();
+    ASSERT_TRUE(support::waitFor([this] { return count("task 7 0") == 2; }));
+    EXPECT_THAT(m_host.journal(),
+                ElementsAre("log 2 Measure variables ecu(b)", "snd f4 01 00 00 00 10 00 00",
+                            "measure b 0 [v=00] []", "log 1 Task cmd result:(0) Measurement vars success;;",
+                            "task 7 0 [Measurement vars success, ]", "measure a 2 [v=11] []",
+                            "log 2 Measure variables ecu(ghost)",
+                            "log 1 Task cmd result:(0) Measurement vars success;;",
+                            "task 7 0 [Measurement vars success, ]"));
+}
+
+TEST_F(WorkerTurn, PumpsTheEcusInTheOrderOfTheirNames) {
+    offersDaq(m_cfgA);
+    offersDaq(m_cfgB);
+    m_cfgB.supportedCmds = {0xF4};
+    configure();
+    connected({"b", "a"});
+    const auto start = [] { StartMeasurement({{"a", {variable()}}, {"b", {variable()}}}); };
+    ASSERT_EQ(resultOf(5, start).result, 0);
+    m_host.clear();
+    m_b.holdsBack();
+    MeasureVars("b", {variable()});
+    ASSERT_TRUE(support::waitFor([this] { return m_b.count("f4 ..") == 1; }));
+    for (support::ScriptedEcu* ecu : {&m_b, &m_a}) {
+        ecu->sends("00 11", 100);
+        ecu->sends("00 22", 200);
+    }
+    m_b.releases();
+    ASSERT_TRUE(support::waitFor([this] { return m_host.measured().size() == 3; }));
+    EXPECT_EQ(m_host.measured().at(1).ecuName, "a");
+    EXPECT_EQ(m_host.measured().at(2).ecuName, "b");
+    EXPECT_EQ(m_host.measured().at(2).kind, 2);
+}
+
+TEST_F(WorkerTurn, HandlesTheFramesOfAnEcuBeforeItsKeepAliveDropsThem) {
+    m_cfgA.xcp.statusPeriodMs = 1;
+    configure();
+    m_b.holdsBack();
+    // "a" has had no keep-alive yet when "b" is connected, so one is due.
+    EcuConnect({"a", "b"});
+    ASSERT_TRUE(support::waitFor([this] { return m_b.count("ff 00") == 1; }));
+    m_a.sends("fd 00");
+    m_b.releases();
+    ASSERT_TRUE(support::waitFor([this] { return m_a.count("fd") > 0; }));
+    EXPECT_THAT(m_host.decoded(), Contains(Field(&support::Decoded::message,
+                                                 Field(&mcDecodeMsg::name, "Event EV_RESUME_MODE"))));
 }
 
 TEST_F(WorkerTurn, SendsTheKeepAliveOfEveryEcu) {
