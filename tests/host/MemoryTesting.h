@@ -32,7 +32,7 @@ inline std::string startContent(unsigned seed, std::size_t size) {
 inline std::string patientConfig() {
     const std::regex timeouts("command_ms = [0-9]+,(.*) retries = [0-9]+,");
     return std::regex_replace(projectFile("examples/demo.toml"), timeouts,
-                              "command_ms = 3000,$1 retries = 0,");
+                              "command_ms = 20000,$1 retries = 0,");
 }
 
 // The configuration of a host that knows of no seed and key.
