@@ -179,20 +179,35 @@ TEST_F(WorkerResults, AFailedMemoryResultLogsAnErrorEvenWith72) {
                             "log 4 Task cmd syn result: cmd:11 ret:35 segments:0", "mem 11 35"));
 }
 
-using WorkerTurn = EngineTest;
+class WorkerTurn : public EngineTest {
+protected:
+    /// Measures @p names by DAQ and then holds the worker in a read from "b", so that what comes waits.
+    void holdsTheWorker(const std::vector<std::string>& names) {
+        m_cfgB.supportedCmds = {0xF4};
+        configure();
+        connected({"a", "b"});
+        std::map<std::string, std::vector<mcMeasureVariable>> measured;
+        for (const std::string& name : names) {
+            measured[name] = {variable()};
+        }
+        ASSERT_EQ(resultOf(5, [&] { StartMeasurement(measured); }).result, 0);
+        m_host.clear();
+        m_b.holdsBack();
+        MeasureVars("b", {variable()});
+        ASSERT_TRUE(support::waitFor([this] { return m_b.count("f4 ..") == 1; }));
+    }
+
+    /// Two cycles, of which the second has the first delivered.
+    static void sendsCycles(support::ScriptedEcu& ecu) {
+        ecu.sends("00 11", 100);
+        ecu.sends("00 22", 200);
+    }
+};
 
 TEST_F(WorkerTurn, PumpsTheEcusBetweenCommandsAndNotWhileOneRuns) {
     offersDaq(m_cfgA);
-    m_cfgB.supportedCmds = {0xF4};
-    configure();
-    connected({"a", "b"});
-    ASSERT_EQ(resultOf(5, [] { StartMeasurement({{"a", {variable()}}}); }).result, 0);
-    m_host.clear();
-    m_b.holdsBack();
-    MeasureVars("b", {variable()});
-    ASSERT_TRUE(support::waitFor([this] { return m_b.count("f4 ..") == 1; }));
-    m_a.sends("00 11", 100);
-    m_a.sends("00 22", 200);
+    holdsTheWorker({"a"});
+    sendsCycles(m_a);
     m_b.releases();
     ASSERT_TRUE(shows("measure a 2 [v=11] []"));
     EXPECT_THAT(m_host.journal(),
@@ -204,17 +219,9 @@ TEST_F(WorkerTurn, PumpsTheEcusBetweenCommandsAndNotWhileOneRuns) {
 
 TEST_F(WorkerTurn, TakesOneCommandAndPumpsTheEcusBeforeTheNext) {
     offersDaq(m_cfgA);
-    m_cfgB.supportedCmds = {0xF4};
-    configure();
-    connected({"a", "b"});
-    ASSERT_EQ(resultOf(5, [] { StartMeasurement({{"a", {variable()}}}); }).result, 0);
-    m_host.clear();
-    m_b.holdsBack();
-    MeasureVars("b", {variable()});
+    holdsTheWorker({"a"});
     MeasureVars("ghost", {});
-    ASSERT_TRUE(support::waitFor([this] { return m_b.count("f4 ..") == 1; }));
-    m_a.sends("00 11", 100);
-    m_a.sends("00 22", 200);
+    sendsCycles(m_a);
     m_b.releases();
     ASSERT_TRUE(support::waitFor([this] { return count("task 7 0") == 2; }));
     EXPECT_THAT(m_host.journal(),
@@ -229,19 +236,9 @@ TEST_F(WorkerTurn, TakesOneCommandAndPumpsTheEcusBeforeTheNext) {
 TEST_F(WorkerTurn, PumpsTheEcusInTheOrderOfTheirNames) {
     offersDaq(m_cfgA);
     offersDaq(m_cfgB);
-    m_cfgB.supportedCmds = {0xF4};
-    configure();
-    connected({"b", "a"});
-    const auto start = [] { StartMeasurement({{"a", {variable()}}, {"b", {variable()}}}); };
-    ASSERT_EQ(resultOf(5, start).result, 0);
-    m_host.clear();
-    m_b.holdsBack();
-    MeasureVars("b", {variable()});
-    ASSERT_TRUE(support::waitFor([this] { return m_b.count("f4 ..") == 1; }));
-    for (support::ScriptedEcu* ecu : {&m_b, &m_a}) {
-        ecu->sends("00 11", 100);
-        ecu->sends("00 22", 200);
-    }
+    holdsTheWorker({"a", "b"});
+    sendsCycles(m_b);
+    sendsCycles(m_a);
     m_b.releases();
     ASSERT_TRUE(support::waitFor([this] { return m_host.measured().size() == 3; }));
     EXPECT_EQ(m_host.measured().at(1).ecuName, "a");
