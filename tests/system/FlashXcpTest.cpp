@@ -264,7 +264,7 @@ TEST_F(FlashXcp, RepeatsWhatABusyFlashRefused) {
     pair.cfg.xcp.t7 = 20;
     pair.ecu.program.answer = sim::XcpFlashAnswer::atOnce;
     pair.ecu.program.flash.clearTime = 1'000'000;
-    pair.ecu.program.flash.programTime = 5'000'000;
+    pair.ecu.program.flash.programTime = 100'000'000;
     forgetPages(pair);
     MemoryBench bench(pair, realTimeBus());
     ASSERT_EQ(bench.erases(), 0);
