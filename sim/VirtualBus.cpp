@@ -90,6 +90,19 @@ bool VirtualBus::waitUntil(Time time, std::chrono::milliseconds timeout) {
     return true;
 }
 
+bool VirtualBus::waitUntilIdle(std::chrono::milliseconds timeout) {
+    const auto deadline = Clock::now() + timeout;
+    Lock lock(m_mutex);
+    while (!isIdle()) {
+        if (Clock::now() >= deadline) {
+            return false;
+        }
+        m_awaited = 0;
+        m_progress.wait_until(lock, deadline);
+    }
+    return true;
+}
+
 Time VirtualBus::now() const {
     if (onBusThread()) {  // nobody else moves it
         return m_core.now();
@@ -300,7 +313,7 @@ void VirtualBus::noteChange() {
     }
 }
 
-/// Tells waitUntil() that bus time has moved or less is pending. Who is not content says again what it
+/// Tells those who wait that bus time has moved or less is pending. Who is not content says again what it
 /// awaits.
 void VirtualBus::noteProgress() {
     if (m_core.now() >= m_awaited) {

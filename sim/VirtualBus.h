@@ -86,6 +86,11 @@ public:
     /// @return false if that took longer than @p timeout
     [[nodiscard]] bool waitUntil(Time time, std::chrono::milliseconds timeout);
 
+    /// Waits until no frame and no timer is left and the last of them has been delivered. Not from inside a
+    /// callback.
+    /// @return false if that took longer than @p timeout
+    [[nodiscard]] bool waitUntilIdle(std::chrono::milliseconds timeout);
+
     /// Bus time, ns. On the bus thread that of the event being delivered. Never goes back.
     [[nodiscard]] Time now() const;
 
@@ -139,6 +144,7 @@ private:
     [[nodiscard]] Time clock() const;
     [[nodiscard]] Time timeLocked() const;
     [[nodiscard]] bool hasReached(Time time) const;
+    [[nodiscard]] bool isIdle() const { return !m_delivering && !m_core.next(); }
 
     const VirtualBusConfig m_config;
 
@@ -146,12 +152,12 @@ private:
     /// which callbacks get here; nothing else is locked while it is held, so no circle can arise.
     mutable std::mutex m_mutex;
     std::condition_variable m_work;      ///< for the bus thread: m_revision changed
-    std::condition_variable m_progress;  ///< for waitUntil(): bus time got to m_awaited
+    std::condition_variable m_progress;  ///< for those who wait: bus time got to m_awaited
     BusCore m_core;
     std::shared_ptr<const Attachments> m_attachments;  ///< by number; replaced, never changed
     std::chrono::steady_clock::time_point m_origin;    ///< when bus time was 0; moved on by stalls
     Time m_limit;
-    Time m_awaited = kNever;    ///< waitUntil() wants to hear of this bus time
+    Time m_awaited = kNever;    ///< those who wait want to hear of this bus time
     bool m_delivering = false;  ///< callbacks of the event at m_core.now() run
     bool m_sleeping = false;    ///< the bus thread waits at m_work
     bool m_stop = false;

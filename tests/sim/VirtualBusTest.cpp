@@ -66,6 +66,37 @@ TEST(VirtualBusFast, TimeStandsStillWhileTheBusIsIdle) {
     EXPECT_EQ(0U, port->now());
 }
 
+TEST(VirtualBusFast, IsIdleOnceTheLastAnswerHasBeenDelivered) {
+    VirtualBus bus(fast());
+    Listener master;
+    Listener ecu;
+    const auto masterPort = bus.attach(master);
+    const auto ecuPort = bus.attach(ecu);
+    EXPECT_TRUE(bus.waitUntilIdle(kPatience));
+    std::atomic<int> answered{0};
+    ecu.react = [&](const Frame&, Time) {
+        ecuPort->at(ecuPort->now() + 1'000'000, [&] { ecuPort->send(classic(0x201)); });
+    };
+    master.react = [&](const Frame&, Time) {
+        std::this_thread::sleep_for(kShort);
+        ++answered;
+    };
+    for (int sent = 1; sent <= 3; ++sent) {
+        masterPort->send(classic(0x200));
+        masterPort->send(classic(0x200));
+        ASSERT_TRUE(bus.waitUntilIdle(kPatience));
+        EXPECT_EQ(2 * sent, answered);
+    }
+}
+
+TEST(VirtualBusFast, IsNotIdleWhileATimerWaits) {
+    VirtualBus bus(fast());
+    Listener node;
+    const auto port = bus.attach(node);
+    every(*port, 1'000'000, [] {});
+    EXPECT_FALSE(bus.waitUntilIdle(kShort));
+}
+
 TEST(VirtualBusFast, NowInACallbackIsTheTimeOfItsEvent) {
     VirtualBus bus(fast());
     Listener a;
