@@ -145,6 +145,10 @@ protected:
 
     int run(MemoryBench& bench) { return GetParam().run(bench, m_folder.path("image.hex")); }
 
+    /// An ECU that refused a block answers what is left of it too, frame by frame. The host has its result by
+    /// then, and would take one of these for the answer to its next command.
+    static void awaitLastAnswer(MemoryBench& bench) { ASSERT_TRUE(bench.bus.waitUntilIdle(kPatience)); }
+
     /// Runs the operation with @p fault at each of its frames, and without it each time after that.
     void failsAtEachFrame(MemoryBench& bench, sim::EcuFault fault, bool dead) {
         bench.record();
@@ -157,9 +161,7 @@ protected:
             fault.after = static_cast<std::uint32_t>(at);
             bench.ecu.inject(fault);
             EXPECT_EQ(run(bench), GetParam().rule(frames, at, dead));
-            // An ECU that refused a block answers what is left of it too, frame by frame. The host has its
-            // result by then, and would take one of these for the answer to its next command.
-            ASSERT_TRUE(bench.bus.waitUntilIdle(kPatience));
+            awaitLastAnswer(bench);
             bench.ecu.clearFaults();
             ASSERT_EQ(bench.connects(), 0);
             ASSERT_EQ(run(bench), 0);
@@ -187,6 +189,7 @@ TEST_P(FlashXcpFaults, ASynchCodeIsTakenForAPositiveAnswer) {
     bench.record();
     bench.ecu.inject({.kind = sim::EcuFaultKind::error});
     static_cast<void>(run(bench));
+    awaitLastAnswer(bench);
     EXPECT_GT(bench.recorded().size(), 1U) << "the operation goes on behind its first frame";
     ASSERT_EQ(bench.connects(), 0);
     EXPECT_EQ(run(bench), 0);
