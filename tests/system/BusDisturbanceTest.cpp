@@ -38,7 +38,7 @@ const Disturbance kDisturbances[] = {
     {"AllOfThem",
      {.drop = 0.02, .delay = 0.02, .duplicate = 0.02, .delayBy = kLate},
      true,
-     Expected::disorder},
+     Expected::strayAnswers},
 };
 
 class DisturbedBus : public testing::TestWithParam<Disturbance> {

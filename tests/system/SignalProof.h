@@ -16,10 +16,11 @@ namespace systemtest {
 
 /// What may happen to DAQ values on their way. Under all but the last a value has to be one that the ECU had.
 enum class Expected : std::uint8_t {
-    everyCycle,  ///< nothing: the values of a cycle belong to one event, and the next cycle to the next one
-    losses,      ///< cycles and parts of cycles are lost: the values of a variable come in order
-    disorder,    ///< frames come late, too
-    anything,    ///< everything: nothing is looked at
+    everyCycle,    ///< nothing: the values of a cycle belong to one event, and the next cycle to the next one
+    losses,        ///< cycles and parts of cycles are lost: the values of a variable come in order
+    disorder,      ///< frames come late, too
+    strayAnswers,  ///< and twice: a poll may get the second answer to an earlier one
+    anything,      ///< everything: nothing is looked at
 };
 
 /// Checks values as they come. A 32-bit counter among the values of a cycle tells at which event they were
